@@ -1,0 +1,88 @@
+// View on one image buffer: geometry, region of interest, pixel format and
+// the map of chunks that lie in the buffer. The view never owns the buffer.
+#ifndef MEMORY_ACCESS_H
+#define MEMORY_ACCESS_H
+
+#include <cstdint>
+#include <map>
+
+#include "KorvaTypes.h"
+
+struct sPixelFormatNode;
+typedef std::map<uint32_t, sPixelFormatNode> PixelFormatMap;
+
+// Position of one piece of a frame in the view's buffer.
+struct sKORVAP_ChunkData {
+    unsigned char* mpChunkBase;
+    int32_t miChunkLength;
+    int32_t miChunkDataOffset;
+    int32_t miChunkDataLength;
+};
+
+typedef std::map<uint32_t, sKORVAP_ChunkData> ChunkDataMap;
+
+// Image buffers that the image object allocates itself carry an owned,
+// zero-filled guard zone of this many bytes before and after the bytes handed
+// out, so that a converter reading or writing one sample or one whole row
+// (even of a wide 16-bit RGB image) past the image stays in owned memory.
+static const int64_t kKvBufferGuard = 1 << 20;
+
+// Returns the first usable byte of `size` bytes between two guard zones, or
+// null for size <= 0, for a size whose guards would overflow, or when memory
+// is exhausted. The usable bytes are not initialised.
+unsigned char* KvAllocateGuarded(int64_t size);
+// Releases a buffer of KvAllocateGuarded; null is ignored.
+void KvReleaseGuarded(unsigned char* p);
+
+class CMemoryAccess {
+public:
+    explicit CMemoryAccess(PixelFormatMap* formats);
+    CMemoryAccess(PixelFormatMap* formats, unsigned char* buffer, int32_t length, int32_t width, int32_t height,
+                  int32_t pixelFormat);
+    CMemoryAccess(const CMemoryAccess& other);
+    ~CMemoryAccess();
+
+    // Copies geometry and format only: buffer, buffer length and chunks stay.
+    CMemoryAccess& operator=(const CMemoryAccess& other);
+
+    bool SetROI(int32_t left, int32_t top, int32_t width, int32_t height);
+    int32_t GetPitch();
+    double _GetBytePerPixel();
+    double GetBytePerPixel();
+    void SetPixelFormat(uint32_t format, const sPixelFormatNode* node);
+
+    void SetBasePointer(unsigned char* buffer, int32_t length);
+    void FreeBasePointer(bool release);
+
+    unsigned char* GetImagePointer(int32_t x, int32_t y, int32_t plane);
+
+    int setChunkOfData(uint32_t id, unsigned char* data, int32_t length, int32_t dataOffset, int32_t dataLength);
+    int getChunkOfData(uint32_t id, unsigned char** data, int* dataLength);
+    void freeChunkOfData();
+    unsigned char* GetChunkPointer(uint32_t id);
+    int32_t GetChunkLength(uint32_t id);
+    int32_t GetChunkDataLength(uint32_t id);
+    int32_t GetLengthOfAllChunks();
+    bool CopyChunkData(CMemoryAccess* other, uint32_t leftOut);
+    bool CopyChunkDataMap(CMemoryAccess* other);
+    bool AdjustChunkDataMap(uint32_t id, int32_t newLength);
+
+    int32_t miWidth;
+    int32_t miHeight;
+    int32_t miRoiWidth;
+    int32_t miRoiHeight;
+    int32_t miRoiLeft;
+    int32_t miRoiTop;
+    int32_t miBufferLength;
+    uint32_t miPixelFormat;
+    int32_t miCanals;
+    int32_t miDataOffset;
+    int32_t miBppEff;
+    int32_t miBpp;
+    double mdBytePerPixel;
+    unsigned char* mpBasePointer;
+    PixelFormatMap* mpPixelFormats;
+    ChunkDataMap mChunkData;
+};
+
+#endif
