@@ -1,0 +1,27 @@
+// Conversions of doubles to 32-bit integers, truncating toward zero.
+// Sizes, offsets and table entries are computed in double precision and
+// truncated; a value outside the 32-bit range (or NaN) gives the platform's
+// "integer indefinite" 0x80000000, as the x86-64 conversion instruction does,
+// instead of undefined behaviour.
+#ifndef KV_MATH_H
+#define KV_MATH_H
+
+#include <cstdint>
+
+inline int32_t KvTruncToInt32(double value)
+{
+    if (value > -2147483649.0 && value < 2147483648.0)
+        return static_cast<int32_t>(value);
+    return INT32_MIN;
+}
+
+// Truncation to a 64-bit integer first, then the low 32 bits, as a
+// conversion of a double to a 32-bit unsigned number does on x86-64.
+inline uint32_t KvTruncToUint32(double value)
+{
+    if (value > -9223372036854775809.0 && value < 9223372036854775808.0)
+        return static_cast<uint32_t>(static_cast<uint64_t>(static_cast<int64_t>(value)));
+    return 0;
+}
+
+#endif
