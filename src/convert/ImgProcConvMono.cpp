@@ -1,0 +1,10 @@
+#include "ImgProcConvMono.h"
+
+CImgProcConvMono::CImgProcConvMono() {}
+
+CImgProcConvMono::~CImgProcConvMono() {}
+
+bool CImgProcConvMono::OnConvert()
+{
+    return false;
+}

@@ -1,0 +1,10 @@
+#include "ImgProcConvYUV.h"
+
+CImgProcConvYUV::CImgProcConvYUV() {}
+
+CImgProcConvYUV::~CImgProcConvYUV() {}
+
+bool CImgProcConvYUV::OnConvert()
+{
+    return false;
+}

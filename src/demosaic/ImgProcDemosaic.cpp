@@ -1,0 +1,5 @@
+#include "ImgProcDemosaic.h"
+
+CImgProcDemosaic::CImgProcDemosaic() {}
+
+CImgProcDemosaic::~CImgProcDemosaic() {}
