@@ -20,6 +20,24 @@ public:
     // Colour balance measured from the current Bayer frame.
     bool GetBalance(double* red, double* green, double* blue);
 
+    // Pixel templates, one instantiation per source sample S, destination
+    // sample or packed pixel D and destination sample width SD. The plane
+    // forms take three destination pointers in the order blue, green, red.
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_NNLUT(int rowPhase, int columns, S** rows, D* destination, SD one, int step, int redAtOdd);
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_NNLUT(int rowPhase, int columns, S** rows, D** destination, SD one, int step, int redAtOdd);
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_BLLUT(int rowPhase, int columns, S** rows, D* destination, SD one, int step);
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_BLLUT(int rowPhase, int columns, S** rows, D** destination, SD one, int step, int redAtOdd);
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_HQBLLUT(int rowPhase, int columns, S** rows, D* destination, SD one, int step);
+    template <typename S, typename D, typename SD>
+    int DemosaicTemplate_HQBLLUT(int rowPhase, int columns, S** rows, D** destination, SD one, int step);
+    template <typename S, typename D, typename SD>
+    int BayerToMonoTemplate_LUT(S* source, D* destination, SD one, int first, int second);
+
     KORVA_Demosaic miDemosaicType;
     int32_t miMatrixSize;
     unsigned char** mppRows;  // owned, miMatrixSize source rows
