@@ -1,9 +1,11 @@
 #include "ImgProcConv.h"
 
+#include <cmath>
 #include <cstring>
 
 #include "ImgProc.h"
 #include "KvAssert.h"
+#include "KvMath.h"
 #include "MemoryAccess.h"
 
 CImgProcConv::CImgProcConv()
@@ -53,10 +55,96 @@ bool CImgProcConv::Convert()
     return OnConvert();
 }
 
-bool CImgProcConv::Average(int, int, int, int, int, double*, double*, double*)
+// Cells of the work block behind the histogram.
+enum : int {
+    kCellTotal = 65536,
+    kCellCount0 = 65542,
+    kCellSum0 = 65545,
+};
+
+namespace {
+
+int32_t Wrap32(int64_t value)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
+}
+
+// Mean of a tail of the histogram: moment over count by truncating 32-bit
+// division, or 0.0 for an empty count.
+double TailMean(int32_t moment, int32_t count)
+{
+    return count != 0 ? static_cast<double>(moment / count) : 0.0;
+}
+
+}  // namespace
+
+bool CImgProcConv::Average(int step, int left, int top, int right, int bottom, double* mean, double* dark,
+                           double* bright)
 {
     KV_ASSERT(mpImgProc, "ImgProcConv");
-    return false;
+    if (!Sanity() || mpMemSrc->GetImagePointer(0, 0, 0) == nullptr)
+        return false;
+    if (mpMemSrc->miRoiWidth != mpMemDst->miRoiWidth || mpMemSrc->miRoiHeight != mpMemDst->miRoiHeight)
+        return false;
+    mRectSrc.SetRect(0, 0, mpMemSrc->miRoiWidth, mpMemSrc->miRoiHeight);
+    mRectAverage.SetRect(left, top, right, bottom);
+    if (static_cast<uint32_t>(left) < static_cast<uint32_t>(mRectSrc.left) ||
+        static_cast<uint32_t>(top) < static_cast<uint32_t>(mRectSrc.top) ||
+        static_cast<uint32_t>(right) > static_cast<uint32_t>(mRectSrc.right) ||
+        static_cast<uint32_t>(bottom) > static_cast<uint32_t>(mRectSrc.bottom))
+        return false;
+
+    miAverageStep = step;
+    if (mpHistogram == nullptr)
+        mpHistogram = new int32_t[kHistogramCells];
+    std::memset(mpHistogram, 0, kHistogramCells * sizeof(int32_t));
+    OnAverage();
+
+    const int32_t* histogram = mpHistogram;
+    // The histogram has room for 16-bit samples; deeper formats do not exist.
+    int32_t levels = KvTruncToInt32(std::pow(2.0, mpMemSrc->miBppEff));
+    if (levels > 65536)
+        levels = 65536;
+    const int32_t total = histogram[kCellTotal];
+    const int32_t cut = total / 10;
+
+    // Darkest tenth, extended to the first bin that reaches it.
+    int32_t running = 0;
+    int32_t moment = 0;
+    for (int32_t v = 0; v < levels; ++v) {
+        running = Wrap32(static_cast<int64_t>(running) + histogram[v]);
+        moment = Wrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
+        if (cut != 0 && running >= cut)
+            break;
+    }
+    *dark = TailMean(moment, running);
+
+    // Brightest tenth. The cell above the largest value is counted first;
+    // for 16-bit samples that is the total, which empties the tail.
+    running = levels >= 0 ? histogram[levels] : 0;
+    moment = 0;
+    if (!(cut != 0 && running >= cut)) {
+        for (int32_t v = levels - 1; v >= 0; --v) {
+            running = Wrap32(static_cast<int64_t>(running) + histogram[v]);
+            moment = Wrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
+            if (cut != 0 && running >= cut)
+                break;
+        }
+    }
+    *bright = TailMean(moment, running);
+
+    // The class means weighted by their shares, added in this order and
+    // truncated: the mean of all samples, as the sum of three products.
+    double result = 0.0;
+    for (int n = 0; n < 3; ++n) {
+        const int32_t count = histogram[kCellCount0 + n];
+        const int32_t sum = histogram[kCellSum0 + n];
+        const double share = total != 0 ? static_cast<double>(count) / static_cast<double>(total) : 0.0;
+        const double classMean = sum != 0 ? static_cast<double>(sum) / static_cast<double>(count) : 0.0;
+        result = result + classMean * share;
+    }
+    *mean = static_cast<double>(KvTruncToInt32(result));
+    return true;
 }
 
 double CImgProcConv::OnAverage()

@@ -1,0 +1,210 @@
+// Brightness statistics: the reduction of a histogram to mean, dark and
+// bright figures, each family's sampling, and getAverage's paths.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "AverageHistogram.h"
+#include "ImgProc.h"
+
+namespace {
+
+// A converter whose sampling records a fixed list of values, so that the
+// reduction can be checked on hand-made histograms.
+class ListedSamples : public CImgProcConv {
+public:
+    bool OnConvert() override { return false; }
+    double OnAverage() override
+    {
+        CAverageHistogram classes(*this);
+        for (int v : samples) {
+            ++mpHistogram[v];
+            ++mpHistogram[65536];
+            const int n = v < classes.miThreshold1 ? 0 : (v < classes.miThreshold2 ? 1 : 2);
+            ++mpHistogram[65542 + n];
+            mpHistogram[65545 + n] += v;
+        }
+        return 0.0;
+    }
+    std::vector<int> samples;
+};
+
+struct Figures {
+    double mean, dark, bright;
+};
+
+Figures Reduce(int bits, const std::vector<int>& samples)
+{
+    auto image = std::make_unique<CImgProc>();
+    image->setSize(4, 4);
+    std::vector<unsigned char> pixels(64);
+    image->setBuffer(pixels.data(), 64);
+    image->setChunkOfData(KORVA_CHUNK_IMAGE, pixels.data(), 64, 0, 64);
+    image->mMemSrc.miBppEff = bits;
+    ListedSamples conv;
+    conv.mpImgProc = image.get();
+    conv.mpMemSrc = &image->mMemSrc;
+    conv.mpMemDst = &image->mMemDst;
+    conv.samples = samples;
+    Figures f{-1, -1, -1};
+    EXPECT_TRUE(conv.Average(1, 0, 0, 4, 4, &f.mean, &f.dark, &f.bright));
+    return f;
+}
+
+TEST(StatisticsReduction, HandMadeHistograms)
+{
+    std::vector<int> ramp;
+    for (int v = 0; v < 20; ++v)
+        ramp.push_back(v);
+    const struct {
+        const char* name;
+        int bits;
+        std::vector<int> samples;
+        Figures expected;
+    } cases[] = {
+        // The class means weighted by their shares, not sum over count: 251, not 252.
+        {"share-weighted mean", 8, {248, 254, 254}, {251, 252, 252}},
+        // A tenth of 20 is 2: the two darkest and the two brightest samples.
+        {"tails of a ramp", 8, ramp, {9, 0, 18}},
+        // A tail reaches on to the first bin that holds a tenth.
+        {"tail extends to its bin", 8, {5, 5, 5, 9, 9, 9, 9, 9, 9, 9, 200}, {25, 5, 200}},
+        // Fewer than ten samples: no cut, both tails are all samples.
+        {"no cut", 8, {10, 20, 31}, {20, 20, 20}},
+        // At 16 bits the cell above the largest value is the total: the bright tail is empty.
+        {"16-bit bright tail", 16, std::vector<int>(12, 40000), {40000, 40000, 0}},
+        {"12-bit classes", 12, {3838, 3839, 4078, 4079, 4095}, {3985, 3985, 3985}},
+        {"nothing sampled", 8, {}, {0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Figures f = Reduce(c.bits, c.samples);
+        EXPECT_EQ(f.mean, c.expected.mean);
+        EXPECT_EQ(f.dark, c.expected.dark);
+        EXPECT_EQ(f.bright, c.expected.bright);
+    }
+}
+
+TEST(StatisticsReduction, ThresholdsInSinglePrecision)
+{
+    CImgProc image;
+    const struct {
+        int bits, first, second;
+    } cases[] = {{8, 239, 254}, {10, 959, 1019}, {12, 3839, 4079}, {16, 61439, 65279}};
+    for (const auto& c : cases) {
+        image.mMemSrc.miBppEff = c.bits;
+        CAverageHistogram classes(image.mConvMono);
+        EXPECT_EQ(classes.miThreshold1, c.first) << c.bits;
+        EXPECT_EQ(classes.miThreshold2, c.second) << c.bits;
+    }
+}
+
+// A frame of one value (or one pixel pattern) laid into an object the way a
+// host does it.
+std::unique_ptr<CImgProc> FlatFrame(int format, int width, int height, const std::vector<unsigned char>& pattern)
+{
+    auto image = std::make_unique<CImgProc>();
+    image->setSize(width, height);
+    image->setPixelFormat(format);
+    const int size = image->CalculateImageSize(format, width, height);
+    EXPECT_EQ(image->allocateBuffer(size), RESULT_OK);
+    unsigned char* base = nullptr;
+    image->getBuffer(&base);
+    for (int i = 0; i < size; ++i)
+        base[i] = pattern[i % pattern.size()];
+    image->setChunkOfData(KORVA_CHUNK_IMAGE, base, size, 0, size);
+    return image;
+}
+
+TEST(Statistics, FlatFramesOfEveryFamily)
+{
+    const struct {
+        const char* name;
+        int format;
+        std::vector<unsigned char> pattern;
+        double expected;
+        double blocks = -1;  // where blocks at odd columns see other pixels
+    } cases[] = {
+        {"mono8", KORVA_PIXTYPE_MONO8, {100}, 100.0},
+        {"mono12", KORVA_PIXTYPE_MONO12, {0x34, 0x02}, 564.0},
+        // Odd region starts read the second pixel of each group: every other
+        // block of eight across measures it.
+        {"mono12 packed", KORVA_PIXTYPE_MONO12_PACKED, {0x12, 0x34, 0x12}, 0x124, (0x124 + 0x123) / 2.0},
+        {"mono10 packed", KORVA_PIXTYPE_MONO10_PACKED, {0x40, 0x21, 0x40}, 0x101, (0x101 + 0x102) / 2.0},
+        {"bayer8", KORVA_PIXTYPE_BAYGR8, {77}, 77.0},
+        // 73 + 153 + 28: each weighted term is truncated on its own.
+        {"white rgb8", KORVA_PIXTYPE_RGB8_PACKED, {255}, 254.0},
+        {"bgr8 weighs its first byte as blue", KORVA_PIXTYPE_BGR8_PACKED, {200, 0, 0}, 22.0},
+        {"rgba8", KORVA_PIXTYPE_RGBA8_PACKED, {100, 100, 100, 0}, 100.0},
+        {"rgb12", KORVA_PIXTYPE_RGB12_PACKED, {0x00, 0x01}, 255.0},
+        {"planar8", KORVA_PIXTYPE_RGB8_PLANAR, {90}, 90.0},
+        {"yuv422 luma", KORVA_PIXTYPE_YUV422_PACKED, {128, 60}, 60.0},
+        {"yuv411 luma", KORVA_PIXTYPE_YUV411_PACKED, {128, 70, 70, 128, 70, 70}, 70.0},
+        {"yuv444 luma", KORVA_PIXTYPE_YUV444_PACKED, {128, 80, 128}, 80.0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        for (int size : {200, 100}) {  // block path, single path
+            auto image = FlatFrame(c.format, size, size, c.pattern);
+            double average = -1.0;
+            EXPECT_EQ(image->getAverage(&average, 0, 0, size, size), RESULT_OK) << size;
+            EXPECT_EQ(average, size == 200 && c.blocks >= 0 ? c.blocks : c.expected) << size;
+        }
+    }
+}
+
+TEST(Statistics, PathChoiceAndFailures)
+{
+    auto image = FlatFrame(KORVA_PIXTYPE_MONO8, 200, 200, {100});
+    double average = -1.0;
+    EXPECT_EQ(image->getAverage(nullptr, 0, 0, 200, 200), RESULT_BAD_PARAM);
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 3, 100), RESULT_FAIL);
+    EXPECT_EQ(average, -1.0);  // unwritten
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 200, 200), RESULT_OK);
+    EXPECT_EQ(image->mConvMono.miAverageStep, 6);
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 100, 100), RESULT_OK);
+    EXPECT_EQ(image->mConvMono.miAverageStep, 6);
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 10, 10), RESULT_OK);
+    EXPECT_EQ(image->mConvMono.miAverageStep, 5);
+    EXPECT_EQ(average, 100.0);
+
+    // A destination region other than the source's: nothing measured, the
+    // largest value of the stored bits reported.
+    image->setDestinationRange(0, 0, 199, 200);
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 100, 100), RESULT_FAIL);
+    EXPECT_EQ(average, 255.0);
+    EXPECT_EQ(image->getAverage(&average, 0, 0, 200, 200), RESULT_FAIL);
+    EXPECT_EQ(average, 255.0);
+    auto mono12 = FlatFrame(KORVA_PIXTYPE_MONO12, 100, 100, {1, 0});
+    mono12->setDestinationRange(0, 0, 99, 100);
+    EXPECT_EQ(mono12->getAverage(&average, 0, 0, 100, 100), RESULT_FAIL);
+    EXPECT_EQ(average, 65535.0);
+
+    // A region outside the source's region.
+    auto small = FlatFrame(KORVA_PIXTYPE_MONO8, 20, 20, {9});
+    EXPECT_EQ(small->getAverage(&average, 10, 10, 30, 30), RESULT_FAIL);
+    EXPECT_EQ(average, 255.0);
+
+    // No converter: nothing written.
+    auto planar16 = FlatFrame(KORVA_PIXTYPE_RGB16_PLANAR, 100, 100, {1});
+    average = -1.0;
+    EXPECT_EQ(planar16->getAverage(&average, 0, 0, 100, 100), RESULT_FAIL);
+    EXPECT_EQ(average, -1.0);
+}
+
+TEST(Statistics, OnlyTheUpperHalfAndFourSitesCount)
+{
+    // The lower half of the region is not measured.
+    const int w = 40, h = 40;
+    auto image = FlatFrame(KORVA_PIXTYPE_MONO8, w, h, {10});
+    unsigned char* base = nullptr;
+    image->getBuffer(&base);
+    for (int y = h / 2 + 1; y < h; ++y)
+        std::memset(base + y * w, 250, w);
+    double average = 0;
+    EXPECT_EQ(image->getAverage(&average, 0, 0, w, h), RESULT_OK);
+    EXPECT_EQ(average, 10.0);
+}
+
+}  // namespace
