@@ -1,10 +1,187 @@
 #include "ImgProcConvMono.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "AverageHistogram.h"
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+#include "MemoryAccess.h"
+
+namespace {
+
+// Samples are in host byte order and rows are not aligned, so they are moved
+// with memcpy.
+template <typename T>
+T LoadSample(const unsigned char* p)
+{
+    T v;
+    std::memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <typename T>
+void StoreSample(unsigned char* p, T v)
+{
+    std::memcpy(p, &v, sizeof v);
+}
+
+int32_t Wrap32(uint32_t v)
+{
+    return static_cast<int32_t>(v);
+}
+
+typedef void (*RowConverter)(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX,
+                             const uint16_t* lut);
+
+// Unpacked source: one table lookup per pixel. The sample is the index as it
+// stands, without masking to the format's depth.
+template <typename S, typename D>
+void TableRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+{
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
+    for (int32_t x = 0; x < width; ++x) {
+        StoreSample(dst + x * dstStep, static_cast<D>(lut[LoadSample<S>(src)]));
+        src += sizeof(S);
+    }
+}
+
+// Both pixels of a packed 3-byte group, read with the format's shift and the
+// mask that hides the unused bits of b1 in the 10-bit layout.
+template <int Shift, unsigned Mask>
+inline void ReadGroup(const unsigned char* g, uint16_t& p0, uint16_t& p1)
+{
+    const unsigned b1 = g[1] & Mask;
+    p0 = static_cast<uint16_t>((static_cast<unsigned>(g[0]) << Shift) | (b1 & 15u));
+    p1 = static_cast<uint16_t>((static_cast<unsigned>(g[2]) << Shift) | (b1 >> 4));
+}
+
+// Packed source into plain samples. An odd last pixel has no group and stays
+// unwritten.
+template <typename D, int Shift, unsigned Mask>
+void UnpackRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+{
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
+    const int32_t groups = width / 2;
+    for (int32_t g = 0; g < groups; ++g) {
+        uint16_t p0, p1;
+        ReadGroup<Shift, Mask>(src, p0, p1);
+        const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(g);
+        StoreSample(dst + x * dstStep, static_cast<D>(lut[p0]));
+        StoreSample(dst + (x + 1) * dstStep, static_cast<D>(lut[p1]));
+        src += 3;
+    }
+}
+
+// Packed source into the same packed layout. b1 is rebuilt from the low four
+// bits of both values without the read mask, so in the 10-bit layout the
+// unused bits receive the values' bits 3..2 rather than being cleared. Any
+// step other than 1 swaps the two pixels of a group.
+template <int Shift, unsigned Mask, bool StepOne>
+void RepackRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+{
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * 3;
+    const int32_t groups = width / 2;
+    for (int32_t g = 0; g < groups; ++g) {
+        uint16_t p0, p1;
+        ReadGroup<Shift, Mask>(src, p0, p1);
+        const unsigned first = lut[StepOne ? p0 : p1];
+        const unsigned second = lut[StepOne ? p1 : p0];
+        unsigned char* out = dst + g * dstStep;
+        out[0] = static_cast<unsigned char>(first >> Shift);
+        out[1] = static_cast<unsigned char>((second * 16u) | (first & 15u));
+        out[2] = static_cast<unsigned char>(second >> Shift);
+        src += 3;
+    }
+}
+
+template <int Shift, unsigned Mask>
+RowConverter Repacker(int32_t stepX)
+{
+    return stepX == 1 ? RepackRow<Shift, Mask, true> : RepackRow<Shift, Mask, false>;
+}
+
+template <int Shift, unsigned Mask>
+RowConverter Unpacker(bool narrowDestination)
+{
+    return narrowDestination ? UnpackRow<uint8_t, Shift, Mask> : UnpackRow<uint16_t, Shift, Mask>;
+}
+
+bool Is(uint32_t format, uint32_t code)
+{
+    return format == code;
+}
+
+}  // namespace
+
 CImgProcConvMono::CImgProcConvMono() {}
 
 CImgProcConvMono::~CImgProcConvMono() {}
 
 bool CImgProcConvMono::OnConvert()
 {
-    return false;
+    // The tables are brought up to date even for a source refused below.
+    mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+
+    const int32_t width = mRectDst.Width();
+    const uint32_t srcFormat = mpMemSrc->miPixelFormat;
+    const uint32_t dstFormat = mpMemDst->miPixelFormat;
+    const bool narrowDestination = mpMemDst->miBppEff <= 8;
+
+    RowConverter convertRow;
+    if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED) || Is(srcFormat, KORVA_PIXTYPE_MONO12_PACKED)) {
+        if (srcFormat == dstFormat) {
+            // The repack takes its layout from the depth, not from the code.
+            switch (mpMemSrc->miBppEff) {
+            case 10:
+                convertRow = Repacker<2, 0x33u>(miStepX);
+                break;
+            case 12:
+                convertRow = Repacker<4, 0xFFu>(miStepX);
+                break;
+            default:
+                convertRow = Repacker<0, 0u>(miStepX);
+                break;
+            }
+        } else if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED)) {
+            convertRow = Unpacker<2, 0x33u>(narrowDestination);
+        } else {
+            convertRow = Unpacker<4, 0xFFu>(narrowDestination);
+        }
+    } else if (Is(srcFormat, KORVA_PIXTYPE_MONO8) || Is(srcFormat, KORVA_PIXTYPE_MONO10) ||
+               Is(srcFormat, KORVA_PIXTYPE_MONO12) || Is(srcFormat, KORVA_PIXTYPE_MONO14) ||
+               Is(srcFormat, KORVA_PIXTYPE_MONO16)) {
+        // A one-byte source writes bytes whatever the destination's depth.
+        if (mpMemSrc->mdBytePerPixel == 1.0)
+            convertRow = TableRow<uint8_t, uint8_t>;
+        else if (narrowDestination)
+            convertRow = TableRow<uint16_t, uint8_t>;
+        else
+            convertRow = TableRow<uint16_t, uint16_t>;
+    } else {
+        // Signed and LUT-flagged mono formats are not served, even where the
+        // catalogue offers destinations for them.
+        return false;
+    }
+
+    const uint16_t* lut = mpImgProc->mpLUT[0];
+    const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
+    for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
+        const int32_t dstY = Wrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
+        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        const unsigned char* src = mpMemSrc->GetImagePointer(0, Wrap32(y), 0);
+        // A missing row ends the run; what was written stays and the run
+        // still counts as done.
+        if (dst == nullptr || src == nullptr)
+            return true;
+        convertRow(src, dst, width, miStepX, lut);
+    }
+    return true;
+}
+
+double CImgProcConvMono::OnAverage()
+{
+    CAverageHistogram::SampleMono(*this, true);
+    return 0.0;
 }

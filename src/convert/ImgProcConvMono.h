@@ -10,6 +10,7 @@ public:
     ~CImgProcConvMono() override;
 
     bool OnConvert() override;
+    double OnAverage() override;
 };
 
 #endif

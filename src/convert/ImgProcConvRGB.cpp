@@ -1,12 +1,328 @@
 #include "ImgProcConvRGB.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "AverageHistogram.h"
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+#include "KvAssert.h"
+#include "MemoryAccess.h"
+#include "PixelTypes.h"
+
+namespace {
+
+// Samples are read and written through memcpy: rows of 16-bit data need not
+// be aligned.
+template <typename S>
+inline uint32_t Load(const unsigned char* p);
+
+template <>
+inline uint32_t Load<BYTE>(const unsigned char* p)
+{
+    return p[0];
+}
+
+template <>
+inline uint32_t Load<WORD>(const unsigned char* p)
+{
+    WORD w;
+    std::memcpy(&w, p, sizeof w);
+    return w;
+}
+
+// A byte destination keeps the low byte of the value, a word destination all
+// of it.
+template <typename D>
+inline void Store(unsigned char* p, uint32_t v);
+
+template <>
+inline void Store<BYTE>(unsigned char* p, uint32_t v)
+{
+    p[0] = static_cast<BYTE>(v);
+}
+
+template <>
+inline void Store<WORD>(unsigned char* p, uint32_t v)
+{
+    const WORD w = static_cast<WORD>(v);
+    std::memcpy(p, &w, sizeof w);
+}
+
+// Everything a row needs besides its two pointers; fixed for the whole call.
+struct sRowContext {
+    const WORD* lut0;
+    const WORD* lut1;
+    const WORD* lut2;
+    ptrdiff_t dstStep;        // bytes from one destination pixel to the next
+    uintptr_t planeDistance;  // planar destination: bytes between planes
+};
+
+typedef void (*RowFunction)(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c);
+
+enum eFourth { FOURTH_NONE, FOURTH_OPAQUE, FOURTH_CARRIED };
+
+// Colour to colour. Tables follow the memory position of the source
+// component, not its colour; the reversed map only changes where the
+// results land.
+template <typename S, typename D, int SrcPixel, bool Reversed, eFourth Fourth>
+void ColourRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+{
+    const size_t SD = sizeof(D);
+    for (int32_t x = 0; x < width; ++x) {
+        const uint32_t v0 = c.lut0[Load<S>(src)];
+        const uint32_t v1 = c.lut1[Load<S>(src + sizeof(S))];
+        const uint32_t v2 = c.lut2[Load<S>(src + 2 * sizeof(S))];
+        if constexpr (Reversed) {
+            Store<D>(dst, v2);
+            Store<D>(dst + SD, v1);
+            Store<D>(dst + 2 * SD, v0);
+        } else {
+            Store<D>(dst, v0);
+            Store<D>(dst + SD, v1);
+            Store<D>(dst + 2 * SD, v2);
+        }
+        if constexpr (Fourth == FOURTH_OPAQUE)
+            dst[3] = 0xFF;
+        else if constexpr (Fourth == FOURTH_CARRIED)
+            dst[3] = src[3];
+        src += SrcPixel;
+        dst += c.dstStep;
+    }
+}
+
+// Grey by memory position: the first component always weighs 30, also when
+// it is blue.
+template <typename S, typename D, int SrcPixel>
+void GreyRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+{
+    for (int32_t x = 0; x < width; ++x) {
+        const uint32_t g0 = c.lut0[Load<S>(src)];
+        const uint32_t g1 = c.lut1[Load<S>(src + sizeof(S))];
+        const uint32_t g2 = c.lut2[Load<S>(src + 2 * sizeof(S))];
+        Store<D>(dst, (30 * g0 + 60 * g1 + 10 * g2) / 100);
+        src += SrcPixel;
+        dst += c.dstStep;
+    }
+}
+
+// Packed source into three 8-bit planes that follow each other at
+// planeDistance bytes. Plane k always uses table k.
+template <typename S, int SrcPixel, bool Reversed>
+void PlanesRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+{
+    unsigned char* p0 = dst;
+    unsigned char* p1 = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(dst) + c.planeDistance);
+    unsigned char* p2 = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(dst) + 2 * c.planeDistance);
+    const size_t first = Reversed ? 2 * sizeof(S) : 0;
+    const size_t last = Reversed ? 0 : 2 * sizeof(S);
+    for (int32_t x = 0; x < width; ++x) {
+        Store<BYTE>(p0, c.lut0[Load<S>(src + first)]);
+        Store<BYTE>(p1, c.lut1[Load<S>(src + sizeof(S))]);
+        Store<BYTE>(p2, c.lut2[Load<S>(src + last)]);
+        src += SrcPixel;
+        p0 += c.dstStep;
+        p1 += c.dstStep;
+        p2 += c.dstStep;
+    }
+}
+
+bool IsRedFirst(uint32_t f)
+{
+    return f == KORVA_PIXTYPE_RGB8_PACKED || f == KORVA_PIXTYPE_RGBA8_PACKED || f == KORVA_PIXTYPE_RGB10_PACKED ||
+           f == KORVA_PIXTYPE_RGB12_PACKED;
+}
+
+bool IsBlueFirst(uint32_t f)
+{
+    return f == KORVA_PIXTYPE_BGR8_PACKED || f == KORVA_PIXTYPE_BGRA8_PACKED || f == KORVA_PIXTYPE_BGR10_PACKED ||
+           f == KORVA_PIXTYPE_BGR12_PACKED;
+}
+
+bool IsFourByte(uint32_t f)
+{
+    return f == KORVA_PIXTYPE_RGBA8_PACKED || f == KORVA_PIXTYPE_BGRA8_PACKED;
+}
+
+bool IsGrey(uint32_t f)
+{
+    return f == KORVA_PIXTYPE_MONO8 || f == KORVA_PIXTYPE_MONO10 || f == KORVA_PIXTYPE_MONO12 ||
+           f == KORVA_PIXTYPE_MONO16;
+}
+
+bool IsPlanar(uint32_t f)
+{
+    return f == KORVA_PIXTYPE_RGB8_PLANAR || f == KORVA_PIXTYPE_RGB10_PLANAR || f == KORVA_PIXTYPE_RGB12_PLANAR;
+}
+
+template <bool Reversed>
+RowFunction PickBytesToBytes(bool srcFour, bool dstFour)
+{
+    if (srcFour && dstFour)
+        return &ColourRow<BYTE, BYTE, 4, Reversed, FOURTH_CARRIED>;
+    if (srcFour)
+        return &ColourRow<BYTE, BYTE, 4, Reversed, FOURTH_NONE>;
+    if (dstFour)
+        return &ColourRow<BYTE, BYTE, 3, Reversed, FOURTH_OPAQUE>;
+    return &ColourRow<BYTE, BYTE, 3, Reversed, FOURTH_NONE>;
+}
+
+template <bool Reversed>
+RowFunction PickWordsToBytes(bool dstFour)
+{
+    if (dstFour)
+        return &ColourRow<WORD, BYTE, 6, Reversed, FOURTH_OPAQUE>;
+    return &ColourRow<WORD, BYTE, 6, Reversed, FOURTH_NONE>;
+}
+
+enum eDepth { DEPTH_NONE, DEPTH_8_TO_8, DEPTH_DEEP_TO_8, DEPTH_DEEP_TO_DEEP };
+
+// Classifies the pair once. A null result means the destination is served
+// by no branch: the rows are still visited, nothing is written.
+// Element widths follow the effective depths, not the codes, so a source
+// whose depth does not match its code is read as its depth says. Sources
+// above 8 bits are read as three words per pixel whatever the code; only the
+// 8-bit paths know a four-byte source.
+RowFunction PickPackedRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int* dstPixel)
+{
+    eDepth depth = DEPTH_NONE;
+    if (srcBpp == 8 && dstBpp == 8)
+        depth = DEPTH_8_TO_8;
+    else if (srcBpp > 8 && dstBpp == 8)
+        depth = DEPTH_DEEP_TO_8;
+    else if (srcBpp > 8 && dstBpp > 8)
+        depth = DEPTH_DEEP_TO_DEEP;
+
+    const bool srcFour = IsFourByte(srcFormat);
+    const bool dstFour = IsFourByte(dstFormat);
+    const bool srcRedFirst = IsRedFirst(srcFormat);
+
+    if (IsGrey(dstFormat)) {
+        switch (depth) {
+        case DEPTH_8_TO_8:
+            *dstPixel = 1;
+            return srcFour ? &GreyRow<BYTE, BYTE, 4> : &GreyRow<BYTE, BYTE, 3>;
+        case DEPTH_DEEP_TO_8:
+            // The row is read as bytes, three per pixel, so only its first
+            // half is seen and the halves of the words mix. Kept as is.
+            *dstPixel = 1;
+            return &GreyRow<BYTE, BYTE, 3>;
+        case DEPTH_DEEP_TO_DEEP:
+            *dstPixel = 2;
+            return &GreyRow<WORD, WORD, 6>;
+        default:
+            return nullptr;
+        }
+    }
+
+    if (IsPlanar(dstFormat)) {
+        *dstPixel = 1;
+        switch (depth) {
+        case DEPTH_8_TO_8:
+            // 8-bit sources land reversed in the planes whatever their
+            // colour order.
+            return srcFour ? &PlanesRow<BYTE, 4, true> : &PlanesRow<BYTE, 3, true>;
+        case DEPTH_DEEP_TO_8:
+            return srcRedFirst ? &PlanesRow<WORD, 6, false> : &PlanesRow<WORD, 6, true>;
+        default:
+            return nullptr;  // deeper planes are not written
+        }
+    }
+
+    const bool dstRedFirst = IsRedFirst(dstFormat);
+    if (!dstRedFirst && !IsBlueFirst(dstFormat))
+        return nullptr;
+    const bool keptOrder = srcRedFirst == dstRedFirst;
+    switch (depth) {
+    case DEPTH_8_TO_8:
+        *dstPixel = dstFour ? 4 : 3;
+        return keptOrder ? PickBytesToBytes<false>(srcFour, dstFour) : PickBytesToBytes<true>(srcFour, dstFour);
+    case DEPTH_DEEP_TO_8:
+        *dstPixel = dstFour ? 4 : 3;
+        return keptOrder ? PickWordsToBytes<false>(dstFour) : PickWordsToBytes<true>(dstFour);
+    case DEPTH_DEEP_TO_DEEP:
+        *dstPixel = 6;
+        return keptOrder ? &ColourRow<WORD, WORD, 6, false, FOURTH_NONE> : &ColourRow<WORD, WORD, 6, true, FOURTH_NONE>;
+    default:
+        return nullptr;  // an 8-bit source is not widened
+    }
+}
+
+// Placement arithmetic wraps in 32 bits like the view's own addressing.
+int32_t DstRow(int32_t stepY, int32_t y, int32_t startY)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(stepY) * static_cast<uint32_t>(y) +
+                                static_cast<uint32_t>(startY));
+}
+
+template <typename S>
+void PlanarRow(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width, ptrdiff_t step,
+               const WORD* const lut[3])
+{
+    const unsigned char* s0 = src[0];
+    const unsigned char* s1 = src[1];
+    const unsigned char* s2 = src[2];
+    unsigned char* d0 = dst[0];
+    unsigned char* d1 = dst[1];
+    unsigned char* d2 = dst[2];
+    for (int32_t x = 0; x < width; ++x) {
+        Store<BYTE>(d0, lut[0][Load<S>(s0)]);
+        Store<BYTE>(d1, lut[1][Load<S>(s1)]);
+        Store<BYTE>(d2, lut[2][Load<S>(s2)]);
+        s0 += sizeof(S);
+        s1 += sizeof(S);
+        s2 += sizeof(S);
+        d0 += step;
+        d1 += step;
+        d2 += step;
+    }
+}
+
+}  // namespace
+
 CImgProcConvRGB::CImgProcConvRGB() {}
 
 CImgProcConvRGB::~CImgProcConvRGB() {}
 
 bool CImgProcConvRGB::OnConvert()
 {
-    return false;
+    mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+    KV_ASSERT(mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB8_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_BGR8_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGBA8_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_BGRA8_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB10_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_BGR10_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB12_PACKED ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_BGR12_PACKED,
+              "ImgProcConvRGB");
+
+    const int32_t width = mRectDst.Width();
+    int dstPixel = 0;
+    const RowFunction row = PickPackedRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff,
+                                          mpMemDst->miBppEff, &dstPixel);
+
+    sRowContext context;
+    context.lut0 = mpImgProc->mpLUT[0];
+    context.lut1 = mpImgProc->mpLUT[1];
+    context.lut2 = mpImgProc->mpLUT[2];
+    context.dstStep = static_cast<ptrdiff_t>(miStepX) * dstPixel;
+    // Plane distance of a planar destination: the region's pitch times the
+    // run's height, in 32 bits (not the full plane of the view).
+    const uint32_t plane =
+        static_cast<uint32_t>(mpMemDst->GetPitch()) * static_cast<uint32_t>(mRectDst.Height());
+    context.planeDistance = static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane)));
+
+    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
+        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
+        const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
+        if (dst == nullptr || src == nullptr)
+            return true;
+        if (row != nullptr)
+            row(src, dst, width, context);
+    }
+    return true;
 }
 
 CImgProcConvRGBPlanar::CImgProcConvRGBPlanar() {}
@@ -15,5 +331,51 @@ CImgProcConvRGBPlanar::~CImgProcConvRGBPlanar() {}
 
 bool CImgProcConvRGBPlanar::OnConvert()
 {
-    return false;
+    // RGB16_PLANAR is admitted here although no catalogue entry sends it.
+    KV_ASSERT(mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB8_PLANAR ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB10_PLANAR ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB12_PLANAR ||
+                  mpMemSrc->miPixelFormat == KORVA_PIXTYPE_RGB16_PLANAR,
+              "ImgProcConvRGB");
+    KV_ASSERT(mpMemDst->miPixelFormat == KORVA_PIXTYPE_RGB8_PLANAR, "ImgProcConvRGB");
+    mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+
+    const int32_t width = mRectDst.Width();
+    const int32_t srcBpp = mpMemSrc->miBppEff;
+    const int32_t dstBpp = mpMemDst->miBppEff;
+    void (*row)(const unsigned char* const*, unsigned char* const*, int32_t, ptrdiff_t, const WORD* const*) = nullptr;
+    if (srcBpp > 8 && dstBpp == 8)
+        row = &PlanarRow<WORD>;
+    else if (srcBpp == 8 && dstBpp == 8)
+        row = &PlanarRow<BYTE>;
+    const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
+    const ptrdiff_t step = miStepX;
+
+    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
+        const int32_t dstY = DstRow(miStepY, y, miDstStartY);
+        unsigned char* dst[3];
+        const unsigned char* src[3];
+        for (int32_t k = 0; k < 3; ++k)
+            dst[k] = mpMemDst->GetImagePointer(miDstStartX, dstY, k);
+        for (int32_t k = 0; k < 3; ++k)
+            src[k] = mpMemSrc->GetImagePointer(0, y, k);
+        if (dst[0] == nullptr || dst[1] == nullptr || dst[2] == nullptr || src[0] == nullptr || src[1] == nullptr ||
+            src[2] == nullptr)
+            return true;
+        if (row != nullptr)
+            row(src, dst, width, step, lut);
+    }
+    return true;
+}
+
+double CImgProcConvRGB::OnAverage()
+{
+    CAverageHistogram::SampleRgb(*this);
+    return 0.0;
+}
+
+double CImgProcConvRGBPlanar::OnAverage()
+{
+    CAverageHistogram::SamplePlanar(*this);
+    return 0.0;
 }

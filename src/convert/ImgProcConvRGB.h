@@ -11,6 +11,7 @@ public:
     ~CImgProcConvRGB() override;
 
     bool OnConvert() override;
+    double OnAverage() override;
 };
 
 class CImgProcConvRGBPlanar : public CImgProcConv {
@@ -19,6 +20,7 @@ public:
     ~CImgProcConvRGBPlanar() override;
 
     bool OnConvert() override;
+    double OnAverage() override;
 };
 
 #endif

@@ -10,6 +10,7 @@ public:
     ~CImgProcConvYUV() override;
 
     bool OnConvert() override;
+    double OnAverage() override;
 };
 
 #endif

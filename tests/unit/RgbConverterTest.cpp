@@ -1,0 +1,260 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+
+namespace {
+
+typedef std::vector<unsigned char> Bytes;
+
+const unsigned char E = 0xEE;  // destination byte the run must not touch
+
+struct Format {
+    uint32_t code;
+    double factor;
+    int32_t bppEff;
+};
+
+const Format kRgb8 = {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8};
+const Format kBgr8 = {KORVA_PIXTYPE_BGR8_PACKED, 3.0, 8};
+const Format kRgba8 = {KORVA_PIXTYPE_RGBA8_PACKED, 4.0, 8};
+const Format kBgra8 = {KORVA_PIXTYPE_BGRA8_PACKED, 4.0, 8};
+const Format kRgb10 = {KORVA_PIXTYPE_RGB10_PACKED, 6.0, 10};
+const Format kBgr10 = {KORVA_PIXTYPE_BGR10_PACKED, 6.0, 10};
+const Format kRgb12 = {KORVA_PIXTYPE_RGB12_PACKED, 6.0, 12};
+const Format kBgr12 = {KORVA_PIXTYPE_BGR12_PACKED, 6.0, 12};
+const Format kMono8 = {KORVA_PIXTYPE_MONO8, 1.0, 8};
+const Format kMono10 = {KORVA_PIXTYPE_MONO10, 2.0, 10};
+const Format kMono16 = {KORVA_PIXTYPE_MONO16, 2.0, 16};
+const Format kPlanar8 = {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 8};
+const Format kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10};
+const Format kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8};
+
+// Gives a view a buffer whose image chunk spans `chunk` bytes (all by default).
+void Prepare(CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, const Format& f, int32_t chunk = 0)
+{
+    view.miWidth = view.miRoiWidth = width;
+    view.miHeight = view.miRoiHeight = height;
+    view.miPixelFormat = f.code;
+    view.mdBytePerPixel = f.factor;
+    view.miBppEff = f.bppEff;
+    const int32_t size = static_cast<int32_t>(buffer.size());
+    view.SetBasePointer(buffer.data(), size);
+    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), chunk ? chunk : size, 0, size));
+}
+
+// Little-endian 16-bit samples as the frame holds them.
+Bytes Words(std::initializer_list<unsigned> words)
+{
+    Bytes b;
+    for (unsigned w : words) {
+        b.push_back(static_cast<unsigned char>(w & 0xFF));
+        b.push_back(static_cast<unsigned char>(w >> 8));
+    }
+    return b;
+}
+
+std::string RegexEscape(const std::string& s)
+{
+    std::string out;
+    for (char c : s) {
+        if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos)
+            out += '\\';
+        out += c;
+    }
+    return out;
+}
+
+struct Case {
+    const char* what;
+    Format src, dst;
+    int32_t width;  // one row
+    Bytes source;
+    Bytes expected;  // the destination buffer after the run, prefilled with E
+};
+
+class RgbConverterTest : public ::testing::Test {
+protected:
+    void SetUp() override { NewImage(); }
+    void NewImage()
+    {
+        proc.reset(new CImgProc());
+        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
+    }
+    void Run(const Case& c)
+    {
+        NewImage();
+        Bytes src = c.source;
+        Bytes dst(c.expected.size(), E);
+        Prepare(proc->mMemSrc, src, c.width, 1, c.src);
+        Prepare(proc->mMemDst, dst, c.width, 1, c.dst);
+        EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
+        EXPECT_EQ(c.expected, dst) << c.what;
+    }
+    std::unique_ptr<CImgProc> proc;
+};
+
+TEST_F(RgbConverterTest, EveryBranchOnOneRow)
+{
+    const Bytes three = {1, 2, 3, 4, 5, 6};
+    const Bytes four = {1, 2, 3, 4, 5, 6, 7, 8};
+    const Case cases[] = {
+        {"rgb to rgb", kRgb8, kRgb8, 2, three, {1, 2, 3, 4, 5, 6}},
+        {"rgb to bgr", kRgb8, kBgr8, 2, three, {3, 2, 1, 6, 5, 4}},
+        {"rgb to rgba adds opaque", kRgb8, kRgba8, 2, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
+        {"rgb to bgra", kRgb8, kBgra8, 2, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
+        {"bgr to bgr", kBgr8, kBgr8, 2, three, {1, 2, 3, 4, 5, 6}},
+        {"bgr to rgba", kBgr8, kRgba8, 2, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
+        {"bgr to bgra", kBgr8, kBgra8, 2, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
+        {"bgr to rgb, off the lists", kBgr8, kRgb8, 2, three, {3, 2, 1, 6, 5, 4}},
+        {"rgba to rgba carries alpha", kRgba8, kRgba8, 2, four, {1, 2, 3, 4, 5, 6, 7, 8}},
+        {"rgba to bgra carries alpha", kRgba8, kBgra8, 2, four, {3, 2, 1, 4, 7, 6, 5, 8}},
+        {"rgba to rgb drops alpha", kRgba8, kRgb8, 2, four, {1, 2, 3, 5, 6, 7}},
+        {"rgba to bgr", kRgba8, kBgr8, 2, four, {3, 2, 1, 7, 6, 5}},
+        {"bgra to bgra", kBgra8, kBgra8, 2, four, {1, 2, 3, 4, 5, 6, 7, 8}},
+        {"bgra to bgr", kBgra8, kBgr8, 2, four, {1, 2, 3, 5, 6, 7}},
+        {"bgra to rgb", kBgra8, kRgb8, 2, four, {3, 2, 1, 7, 6, 5}},
+        // Deep sources go through the tables, not shifts.
+        {"rgb12 to rgb8 rounds", kRgb12, kRgb8, 1, Words({4095, 2048, 100}), {255, 128, 6}},
+        {"rgb10 to bgr8", kRgb10, kBgr8, 1, Words({1023, 512, 0}), {0, 128, 255}},
+        {"rgb10 to rgba8", kRgb10, kRgba8, 1, Words({1023, 512, 0}), {255, 128, 0, 0xFF}},
+        {"bgr12 to bgra8", kBgr12, kBgra8, 1, Words({4095, 2048, 100}), {255, 128, 6, 0xFF}},
+        {"bgr10 to rgba8", kBgr10, kRgba8, 1, Words({1023, 512, 0}), {0, 128, 255, 0xFF}},
+        {"rgb10 to itself", kRgb10, kRgb10, 1, Words({1023, 512, 7}), Words({1023, 512, 7})},
+        {"rgb10 to bgr10", kRgb10, kBgr10, 1, Words({1023, 512, 7}), Words({7, 512, 1023})},
+        {"bgr12 to rgb10 lowers depth", kBgr12, kRgb10, 1, Words({4095, 2048, 7}), Words({2, 512, 1023})},
+        // The mono8 path reads the row as bytes: pixel 0 sees FF 03 FF, pixel 1
+        // sees 03 FF 03, each through a table for 0..1023.
+        {"rgb10 white to mono8 mixes bytes", kRgb10, kMono8, 2, Words({1023, 1023, 1023, 1023, 1023, 1023}),
+         {26, 38}},
+        {"rgb12 to mono16 on words", kRgb12, kMono16, 1, Words({4095, 0, 1}), Words({19662})},
+        {"rgb10 to mono10 on words", kRgb10, kMono10, 1, Words({100, 200, 300}), Words({180})},
+        // Grey weighs by memory position.
+        {"white", kRgb8, kMono8, 1, {255, 255, 255}, {255}},
+        {"rgb red, green, blue", kRgb8, kMono8, 3, {255, 0, 0, 0, 255, 0, 0, 0, 255}, {76, 153, 25}},
+        {"bgr blue first weighs 30", kBgr8, kMono8, 2, {255, 0, 0, 0, 0, 255}, {76, 25}},
+        {"rgba ignores alpha", kRgba8, kMono8, 2, {255, 0, 0, 9, 0, 0, 255, 9}, {76, 25}},
+        {"bgra ignores alpha", kBgra8, kMono8, 2, {0, 0, 255, 9, 100, 200, 50, 9}, {25, 155}},
+        // Destinations no branch serves are left alone.
+        {"8-bit to mono16", kRgb8, kMono16, 1, {1, 2, 3}, {E, E}},
+        {"8-bit to a deeper colour", kRgb8, kRgb10, 1, {1, 2, 3}, {E, E, E, E, E, E}},
+        {"to a deeper plane", kRgb10, kPlanar10, 1, Words({1, 2, 3}), {E, E, E, E, E, E}},
+        {"no yuv path", kRgb8, kYuv422, 1, {1, 2, 3}, {E, E}},
+    };
+    for (const Case& c : cases)
+        Run(c);
+}
+
+// Distinct tables show which one each memory position reads: OnConvert's own
+// build is skipped because the key already fits.
+TEST_F(RgbConverterTest, EachMemoryPositionUsesItsOwnTable)
+{
+    struct Poked {
+        const char* what;
+        Format src, dst;
+        Bytes source, expected;
+    } cases[] = {
+        {"straight", kRgb8, kRgb8, {1, 2, 3}, {11, 22, 33}},
+        {"reversed lands T0 last", kRgb8, kBgr8, {1, 2, 3}, {33, 22, 11}},
+        {"blue first still uses T0 first", kBgr8, kRgba8, {1, 2, 3, 4}, {33, 22, 11, 0xFF}},
+        {"alpha bypasses the tables", kRgba8, kRgba8, {1, 2, 3, 4}, {11, 22, 33, 4}},
+        // (30 * 1011 + 60 * 22 + 10 * 33) / 100 = 319: full entries, low byte stored.
+        {"grey uses whole entries", kBgr8, kMono8, {1, 2, 3}, {319 & 0xFF}},
+        {"planes from 8-bit take s2 first", kRgb8, kPlanar8, {1, 2, 3}, {13, 22, 31}},
+        {"planes from words", kRgb10, kPlanar8, Words({1, 2, 3}), {11, 22, 33, E, E, E}},
+        {"words to bytes keep low bytes", kBgr10, kRgb8, Words({1, 2, 3}), {33, 22, 11}},
+    };
+    for (const Poked& c : cases) {
+        NewImage();
+        Bytes src = c.source;
+        Bytes dst(c.expected.size(), E);
+        Prepare(proc->mMemSrc, src, 1, 1, c.src);
+        Prepare(proc->mMemDst, dst, 1, 1, c.dst);
+        proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+        for (unsigned v = 0; v < 256; ++v) {
+            proc->mpLUT[0][v] = static_cast<uint16_t>(v + 10 + (v == 1 ? 1000 : 0));
+            proc->mpLUT[1][v] = static_cast<uint16_t>(v + 20);
+            proc->mpLUT[2][v] = static_cast<uint16_t>(v + 30);
+        }
+        EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
+        // 1011 stores as 0xF3 where a byte is written.
+        Bytes expected = c.expected;
+        for (unsigned char& b : expected)
+            if (b == 11)
+                b = 1011 & 0xFF;
+        EXPECT_EQ(expected, dst) << c.what;
+    }
+}
+
+TEST_F(RgbConverterTest, PlanarDestinationUsesRegionPitchTimesHeight)
+{
+    // 2x2 region at column 1 of a 3x2 planar frame: planes lie 4 bytes apart
+    // from each row start, not 6, so later rows overwrite earlier planes.
+    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    Bytes dst(18, E);
+    Prepare(proc->mMemSrc, src, 2, 2, kRgb8);
+    Prepare(proc->mMemDst, dst, 3, 2, kPlanar8);
+    ASSERT_TRUE(proc->mMemDst.SetROI(1, 0, 2, 2));
+    EXPECT_TRUE(proc->mConvRGB.Convert());
+    EXPECT_EQ((Bytes{E, 3, 6, E, 9, 12, 5, E, 8, 11, 4, E, 7, 10, E, E, E, E}), dst);
+}
+
+TEST_F(RgbConverterTest, RegionsAndTheRowEnds)
+{
+    // 1x2 region at (1, 0) of a 3x2 source into column 2 of a 3x2 destination.
+    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
+    Bytes dst(24, E);
+    Prepare(proc->mMemSrc, src, 3, 2, kRgb8);
+    Prepare(proc->mMemDst, dst, 3, 2, kBgra8);
+    ASSERT_TRUE(proc->mMemSrc.SetROI(1, 0, 1, 2));
+    ASSERT_TRUE(proc->mMemDst.SetROI(2, 0, 1, 2));
+    EXPECT_TRUE(proc->mConvRGB.Convert());
+    EXPECT_EQ((Bytes{E, E, E, E, E, E, E, E, 6, 5, 4, 0xFF, E, E, E, E, E, E, E, E, 15, 14, 13, 0xFF}), dst);
+}
+
+TEST_F(RgbConverterTest, NullRowStopsAndKeepsEarlierRows)
+{
+    // A chunk of 5 bytes still places row 1 (offset 3), not row 2 (offset 6).
+    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    Bytes dst(9, E);
+    Prepare(proc->mMemSrc, src, 1, 3, kRgb8);
+    Prepare(proc->mMemDst, dst, 1, 3, kRgb8, 5);
+    EXPECT_TRUE(proc->mConvRGB.Convert());
+    EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6, E, E, E}), dst);
+}
+
+TEST_F(RgbConverterTest, EffectiveDepthDecidesTheElementWidth)
+{
+    // An rgb8 source claiming 9 bits is read as words.
+    Bytes src = {10, 0, 20, 0, 30, 0};
+    Bytes dst(3, E);
+    Prepare(proc->mMemSrc, src, 1, 1, {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 9});
+    Prepare(proc->mMemDst, dst, 1, 1, kRgb8);
+    EXPECT_TRUE(proc->mConvRGB.Convert());
+    EXPECT_EQ((Bytes{10, 20, 30}), dst);
+}
+
+TEST_F(RgbConverterTest, OtherSourcesAreAFault)
+{
+    Bytes src(4), dst(4);
+    Prepare(proc->mMemSrc, src, 1, 1, kMono8);
+    Prepare(proc->mMemDst, dst, 1, 1, kRgb8);
+    const std::string text =
+        "ImgProcConvRGB:[0-9]+: " + RegexEscape("virtual bool CImgProcConvRGB::OnConvert(): Assertion `") +
+        RegexEscape("mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0014) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0015) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0016) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0017) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0018) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0019) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001A) || "
+                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001B)' failed.");
+    EXPECT_DEATH(proc->mConvRGB.Convert(), text);
+}
+
+}  // namespace
