@@ -1,5 +1,297 @@
 #include "ImgProcConvDemosaic.h"
 
+#include <cstddef>
+#include <cstdint>
+
+#include "AverageHistogram.h"
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+#include "MemoryAccess.h"
+#include "PixelTypes.h"
+
+#include "ImgProcConvDemosaic_BL.inl"
+#include "ImgProcConvDemosaic_HQBL.inl"
+#include "ImgProcConvDemosaic_Mono.inl"
+#include "ImgProcConvDemosaic_NN.inl"
+
+namespace {
+
+uint32_t U32(int32_t v)
+{
+    return static_cast<uint32_t>(v);
+}
+
+int32_t Wrap32(uint32_t v)
+{
+    return static_cast<int32_t>(v);
+}
+
+// The row array always has room for the largest neighbourhood, so that the
+// row loop never indexes past it; entries beyond miMatrixSize stay null.
+const int kRowSlots = 5;
+
+// What a destination format gets from this converter.
+enum DestinationClass {
+    kClassOther,   // nothing is written
+    kClassMono,    // brightness from the whole mosaic
+    kClassBayer,   // raw copy through the red table
+    kClassBGR,     // packed, blue first
+    kClassRGB,     // packed, red first
+    kClassPlanar,  // three planes
+};
+
+DestinationClass Classify(uint32_t format)
+{
+    switch (format) {
+    case KORVA_PIXTYPE_MONO8:
+    case KORVA_PIXTYPE_MONO10:
+    case KORVA_PIXTYPE_MONO12:
+    case KORVA_PIXTYPE_MONO16:
+        return kClassMono;
+    case KORVA_PIXTYPE_BAYGR8:
+    case KORVA_PIXTYPE_BAYRG8:
+    case KORVA_PIXTYPE_BAYGB8:
+    case KORVA_PIXTYPE_BAYBG8:
+    case KORVA_PIXTYPE_BAYGR10:
+    case KORVA_PIXTYPE_BAYRG10:
+    case KORVA_PIXTYPE_BAYGB10:
+    case KORVA_PIXTYPE_BAYBG10:
+    case KORVA_PIXTYPE_BAYGR12:
+    case KORVA_PIXTYPE_BAYRG12:
+    case KORVA_PIXTYPE_BAYGB12:
+    case KORVA_PIXTYPE_BAYBG12:
+        return kClassBayer;
+    case KORVA_PIXTYPE_BGR8_PACKED:
+        return kClassBGR;
+    // RGBA8 is written with 3-byte pixels and RGB16_PLANAR interleaved: that
+    // is how these two destinations have always come out.
+    case KORVA_PIXTYPE_RGB8_PACKED:
+    case KORVA_PIXTYPE_RGBA8_PACKED:
+    case KORVA_PIXTYPE_RGB16_PLANAR:
+        return kClassRGB;
+    case KORVA_PIXTYPE_RGB8_PLANAR:
+    case KORVA_PIXTYPE_RGB10_PLANAR:
+    case KORVA_PIXTYPE_RGB12_PLANAR:
+        return kClassPlanar;
+    default:
+        return kClassOther;
+    }
+}
+
+// The colour phase of the source, the only description of the filter that
+// the templates get. Read from the format alone: an odd region offset does
+// not shift it.
+struct Phase {
+    int redAtOdd;
+    int blueFirst;
+};
+
+Phase PhaseOf(uint32_t format)
+{
+    switch (format) {
+    case KORVA_PIXTYPE_BAYGB8:
+    case KORVA_PIXTYPE_BAYGB10:
+    case KORVA_PIXTYPE_BAYGB12:
+        return {0, 1};
+    case KORVA_PIXTYPE_BAYGR8:
+    case KORVA_PIXTYPE_BAYGR10:
+    case KORVA_PIXTYPE_BAYGR12:
+        return {1, 0};
+    case KORVA_PIXTYPE_BAYBG8:
+    case KORVA_PIXTYPE_BAYBG10:
+    case KORVA_PIXTYPE_BAYBG12:
+        return {1, 1};
+    default:
+        return {0, 0};
+    }
+}
+
+// Everything the row loop needs that is fixed for the run.
+struct RowPlan {
+    uint32_t top;
+    uint32_t limit;   // bottom minus the rows left out, wrapping
+    uint32_t bottom;  // of the source, for the neighbourhood test
+    int32_t half;
+    int32_t columns;
+    Phase phase;
+};
+
+// Rows the method of `type` reads per call, 0 for types without a method.
+int RowsRead(int type)
+{
+    switch (type) {
+    case KORVA_DEMOSAIC_NEAREST:
+        return 2;
+    case KORVA_DEMOSAIC_BILINEAR:
+        return 3;
+    case KORVA_DEMOSAIC_HQ_BILINEAR:
+        return 5;
+    default:
+        return 0;
+    }
+}
+
+// Typed view of the row array for one call. False if a row that the method
+// reads is missing (a chunk shorter than the image); the loop then ends
+// rather than read through null.
+template <typename S>
+bool TypedRows(unsigned char* const* source, int count, S* (&rows)[kRowSlots])
+{
+    for (int k = 0; k < kRowSlots; ++k)
+        rows[k] = reinterpret_cast<S*>(source[k]);
+    for (int k = 0; k < count; ++k)
+        if (rows[k] == nullptr)
+            return false;
+    return true;
+}
+
+// The destination of one row in the form the templates take.
+template <typename D, bool kPlanar>
+struct RowTarget;
+
+template <typename D>
+struct RowTarget<D, false> {
+    D* pixels;
+    RowTarget(unsigned char* at, int32_t) : pixels(reinterpret_cast<D*>(at)) {}
+    D* get() { return pixels; }
+};
+
+template <typename D>
+struct RowTarget<D, true> {
+    D* planes[3];
+    // `at` is the red sample; green lies one plane above it, blue two. The
+    // plane distance is 32-bit and may wrap like all of the addressing.
+    RowTarget(unsigned char* at, int32_t planeSize)
+    {
+        const std::ptrdiff_t s = planeSize;
+        planes[0] = reinterpret_cast<D*>(at + 2 * s);
+        planes[1] = reinterpret_cast<D*>(at + s);
+        planes[2] = reinterpret_cast<D*>(at);
+    }
+    D** get() { return planes; }
+};
+
+// One method's call with the form of destination that fits.
+template <typename S, typename D, typename SD>
+void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S** rows, D* out, int redAtOdd)
+{
+    const SD one = 1;
+    switch (type) {
+    case KORVA_DEMOSAIC_NEAREST:
+        cv.DemosaicTemplate_NNLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX, redAtOdd);
+        break;
+    case KORVA_DEMOSAIC_BILINEAR:
+        cv.DemosaicTemplate_BLLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX);
+        break;
+    case KORVA_DEMOSAIC_HQ_BILINEAR:
+        cv.DemosaicTemplate_HQBLLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX);
+        break;
+    default:
+        break;
+    }
+}
+
+template <typename S, typename D, typename SD>
+void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S** rows, D** out, int redAtOdd)
+{
+    const SD one = 1;
+    switch (type) {
+    case KORVA_DEMOSAIC_NEAREST:
+        cv.DemosaicTemplate_NNLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX, redAtOdd);
+        break;
+    case KORVA_DEMOSAIC_BILINEAR:
+        cv.DemosaicTemplate_BLLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX, redAtOdd);
+        break;
+    case KORVA_DEMOSAIC_HQ_BILINEAR:
+        cv.DemosaicTemplate_HQBLLUT<S, D, SD>(rowPhase, columns, rows, out, one, cv.miStepX);
+        break;
+    default:
+        break;
+    }
+}
+
+// The row loop of the colour classes.
+template <typename S, typename D, typename SD, bool kPlanar>
+void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
+{
+    const int type = cv.miDemosaicType;
+    const int used = RowsRead(type);
+    // Without a method there is nothing to write and no row to walk.
+    if (used == 0)
+        return;
+    CMemoryAccess* dst = cv.mpMemDst;
+    CMemoryAccess* src = cv.mpMemSrc;
+    const int32_t planeSize = Wrap32(U32(dst->GetPitch()) * U32(cv.mRectDst.Height()));
+    const int32_t dstX = Wrap32(U32(cv.miStepX) * U32(plan.half) + U32(cv.miDstStartX));
+    unsigned char** ring = cv.mppRows;
+
+    for (uint32_t y = plan.top; y < plan.limit; ++y) {
+        const int32_t dstY = Wrap32((y + U32(plan.half)) * U32(cv.miStepY) + U32(cv.miDstStartY));
+        unsigned char* at = dst->GetImagePointer(dstX, dstY, 0);
+        if (at == nullptr)
+            break;
+        // A source of 3 or 4 rows lets the 5-row loop bound wrap; its window
+        // would reach rows below the image, so stop before reading them.
+        if (static_cast<uint64_t>(y) + static_cast<uint64_t>(used) > plan.bottom)
+            break;
+        S* rows[kRowSlots];
+        if (!TypedRows(ring, used, rows))
+            break;
+        RowTarget<D, kPlanar> target(at, planeSize);
+        CallMethod<S, D, SD>(cv, type, Wrap32(y + U32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
+                             plan.phase.redAtOdd);
+
+        switch (type) {
+        case KORVA_DEMOSAIC_NEAREST:
+            // The current row is fetched, not y + 2: the pair of rows seen
+            // runs two rows behind from y = 2 on, with the parity of entry 0
+            // right throughout.
+            ring[0] = ring[1];
+            ring[1] = src->GetImagePointer(0, Wrap32(y), 0);
+            break;
+        case KORVA_DEMOSAIC_BILINEAR:
+            ring[0] = ring[1];
+            ring[1] = ring[2];
+            ring[2] = src->GetImagePointer(0, Wrap32(y + U32(cv.miMatrixSize)), 0);
+            break;
+        case KORVA_DEMOSAIC_HQ_BILINEAR:
+            // Row r lies in entry r % 5.
+            ring[y % kRowSlots] = src->GetImagePointer(0, Wrap32(y + U32(cv.miMatrixSize)), 0);
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+// The mosaic copied as it is, every site through the red table.
+template <typename S, typename DS>
+void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
+{
+    CMemoryAccess* dst = cv.mpMemDst;
+    CMemoryAccess* src = cv.mpMemSrc;
+    const uint16_t* const lut = cv.mpLUTRed;
+    const std::ptrdiff_t step = cv.miStepX;
+    const std::ptrdiff_t columns = plan.columns;
+    for (uint32_t y = plan.top; y < plan.limit; ++y) {
+        const int32_t dstY = Wrap32(U32(cv.miStepY) * y + U32(cv.miDstStartY));
+        DS* out = reinterpret_cast<DS*>(dst->GetImagePointer(cv.miDstStartX, dstY, 0));
+        if (out == nullptr)
+            break;
+        const S* in = reinterpret_cast<const S*>(src->GetImagePointer(0, Wrap32(y), 0));
+        if (in == nullptr)
+            break;  // a chunk shorter than the image: no row to read
+        for (std::ptrdiff_t x = 0; x < columns; ++x)
+            nnlut::Store(out + x * step, lut[nnlut::Load(in + x)]);
+    }
+}
+
+// The three sample widths: 8-bit source, 16-bit source to 8-bit samples,
+// 16-bit source to 16-bit samples.
+enum WidthCase { kByteToByte, kWordToByte, kWordToWord };
+
+}  // namespace
+
 CImgProcConvDemosaic::CImgProcConvDemosaic()
     : miDemosaicType(KORVA_DEMOSAIC_NEAREST),
       miMatrixSize(2),
@@ -20,7 +312,142 @@ CImgProcConvDemosaic::~CImgProcConvDemosaic()
 
 bool CImgProcConvDemosaic::OnConvert()
 {
-    return false;
+    // The balance enters here, as gains baked into the three tables.
+    mpImgProc->createLookUpTables(mpImgProc->mdBalanceRed, mpImgProc->mdBalanceGreen, mpImgProc->mdBalanceBlue, 1.0);
+    mpLUTRed = mpImgProc->mpLUT[0];
+    mpLUTGreen = mpImgProc->mpLUT[1];
+    mpLUTBlue = mpImgProc->mpLUT[2];
+
+    delete[] mppRows;
+    mppRows = nullptr;
+    if (mRectSrc.Height() < 3)
+        return false;
+
+    const int slots = miMatrixSize > kRowSlots ? miMatrixSize : kRowSlots;
+    mppRows = new unsigned char*[static_cast<size_t>(slots)]();
+    for (int i = 0; i < miMatrixSize; ++i)
+        mppRows[i] = mpMemSrc->GetImagePointer(0, i, 0);
+
+    RowPlan plan;
+    plan.half = miDemosaicType == KORVA_DEMOSAIC_NEAREST ? 0 : miMatrixSize / 2;
+    plan.columns = mRectDst.Width() - plan.half;
+    int32_t lost;
+    switch (miDemosaicType) {
+    case KORVA_DEMOSAIC_NEAREST:
+        lost = 1;
+        break;
+    case KORVA_DEMOSAIC_BILINEAR:
+    case KORVA_DEMOSAIC_HQ_BILINEAR:
+    case KORVA_DEMOSAIC_MONO:
+        lost = miMatrixSize - 1;
+        break;
+    default:
+        lost = miMatrixSize;
+        break;
+    }
+
+    const DestinationClass cls = Classify(mpMemDst->miPixelFormat);
+    if (cls == kClassMono) {
+        // Permanent: a later colour conversion stays at this type until the
+        // method is set again.
+        miMatrixSize = 5;
+        miDemosaicType = KORVA_DEMOSAIC_MONO;
+    }
+    plan.phase = PhaseOf(mpMemSrc->miPixelFormat);
+
+    WidthCase width;
+    if (mpMemSrc->mdBytePerPixel == 1.0)
+        width = kByteToByte;  // whatever the destination's depth
+    else if (mpMemDst->miBppEff < 9)
+        width = kWordToByte;
+    else
+        width = kWordToWord;
+    const bool wide = mpMemSrc->mdBytePerPixel != 1.0 && mpMemDst->miBppEff > 8;
+
+    if (cls == kClassOther)
+        return true;
+
+    if (cls == kClassMono) {
+        unsigned char* source = mpMemSrc->GetImagePointer(0, 0, 0);
+        unsigned char* destination = mpMemDst->GetImagePointer(0, 0, 0);
+        switch (width) {
+        case kByteToByte:
+            BayerToMonoTemplate_LUT<BYTE, BYTE, unsigned char>(source, destination, 1, miStepY, miStepX);
+            break;
+        case kWordToByte:
+            BayerToMonoTemplate_LUT<WORD, BYTE, unsigned char>(reinterpret_cast<WORD*>(source), destination, 1,
+                                                               miStepY, miStepX);
+            break;
+        case kWordToWord:
+            // The steps go in the other order here; with steps of 1 it does
+            // not show.
+            BayerToMonoTemplate_LUT<WORD, WORD, unsigned short>(reinterpret_cast<WORD*>(source),
+                                                                reinterpret_cast<WORD*>(destination), 1, miStepX,
+                                                                miStepY);
+            break;
+        }
+        RepairDstBorder(wide ? 2 : 1, miMatrixSize);
+        return true;
+    }
+
+    if (cls == kClassBayer)
+        lost = 0;
+    plan.top = U32(mRectSrc.top);
+    plan.bottom = U32(mRectSrc.bottom);
+    // Unsigned on purpose: a bound at or below the top runs no row, and one
+    // that wraps runs until a destination row is missing.
+    plan.limit = plan.bottom - U32(lost);
+
+    switch (cls) {
+    case kClassBGR:
+        if (width == kByteToByte)
+            ColourRows<BYTE, tBGRPIXEL, unsigned char, false>(*this, plan);
+        else if (width == kWordToByte)
+            ColourRows<WORD, tBGRPIXEL, unsigned char, false>(*this, plan);
+        else
+            ColourRows<WORD, tBGRPIXEL16, unsigned short, false>(*this, plan);
+        RepairDstBorder(wide ? 6 : 3, miMatrixSize);
+        break;
+    case kClassRGB:
+        if (width == kByteToByte)
+            ColourRows<BYTE, tRGBPIXEL, unsigned char, false>(*this, plan);
+        else if (width == kWordToByte)
+            ColourRows<WORD, tRGBPIXEL, unsigned char, false>(*this, plan);
+        else
+            ColourRows<WORD, tRGBPIXEL16, unsigned short, false>(*this, plan);
+        RepairDstBorder(wide ? 6 : 3, miMatrixSize);
+        break;
+    case kClassPlanar:
+        if (width == kByteToByte)
+            ColourRows<BYTE, BYTE, unsigned char, true>(*this, plan);
+        else if (width == kWordToByte)
+            ColourRows<WORD, BYTE, unsigned char, true>(*this, plan);
+        else
+            ColourRows<WORD, WORD, unsigned short, true>(*this, plan);
+        RepairDstPlanarBorder(wide ? 2 : 1, miMatrixSize);
+        break;
+    case kClassBayer:
+        // `columns` carries the half of the type that is set: bilinear leaves
+        // the last column out, the 5-row methods the last two.
+        if (width == kByteToByte)
+            RawRows<BYTE, BYTE>(*this, plan);
+        else if (width == kWordToByte)
+            RawRows<WORD, BYTE>(*this, plan);
+        else
+            RawRows<WORD, WORD>(*this, plan);
+        break;
+    default:
+        break;
+    }
+    return true;
+}
+
+double CImgProcConvDemosaic::OnAverage()
+{
+    // Bayer sites are sampled like mono: the largest of four, the two of a
+    // row sharing a colour. There are no packed Bayer formats.
+    CAverageHistogram::SampleMono(*this, false);
+    return 0.0;
 }
 
 bool CImgProcConvDemosaic::SetType(KORVA_Demosaic type)
@@ -48,10 +475,4 @@ bool CImgProcConvDemosaic::SetType(KORVA_Demosaic type)
     miDemosaicType = type;
     miMatrixSize = size;
     return true;
-}
-
-bool CImgProcConvDemosaic::GetBalance(double*, double*, double*)
-{
-    // The measurement comes with the demosaic pixel work.
-    return false;
 }

@@ -13,6 +13,7 @@ public:
     ~CImgProcConvDemosaic() override;
 
     bool OnConvert() override;
+    double OnAverage() override;
 
     // Selects the method and its neighbourhood size; false leaves both as
     // they are.

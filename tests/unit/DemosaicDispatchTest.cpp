@@ -1,0 +1,307 @@
+// The Bayer converter's dispatch: classes of destination, sample widths,
+// tables and phases on flat fields, the raw copy and the row loop's ends.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+#include "MemoryAccess.h"
+#include "PixelFormatNode.h"
+
+namespace {
+
+typedef std::vector<unsigned char> Bytes;
+const unsigned char kUntouched = 0xEE;
+
+// An image object with test-owned buffers: the source filled from a
+// function of (x, y), the destination filled with kUntouched and `slack`
+// spare bytes behind its image chunk.
+struct Frame {
+    std::unique_ptr<CImgProc> proc{new CImgProc()};
+    Bytes src, dst;
+    int width = 0, height = 0;
+
+    Frame() { proc->miBufferType = KORVA_BUFFER_EXTERNAL; }
+
+    void Attach(CMemoryAccess& v, Bytes& buf, uint32_t format, int offset, int chunk)
+    {
+        v.miWidth = v.miRoiWidth = width;
+        v.miHeight = v.miRoiHeight = height;
+        v.SetPixelFormat(format, &proc->mPixelFormatMap[format]);
+        v.SetBasePointer(buf.data(), static_cast<int32_t>(buf.size()));
+        ASSERT_EQ(RESULT_OK, v.setChunkOfData(KORVA_CHUNK_IMAGE, buf.data() + offset, chunk, 0, chunk));
+    }
+    // `header` samples of the value at (0, 0) stand in front of the image,
+    // where the bilinear method reads the sample before its first row.
+    void Source(uint32_t format, int w, int h, const std::function<int(int, int)>& sample, int header = 0)
+    {
+        width = w;
+        height = h;
+        const int size = proc->mPixelFormatMap[format].mdFormatBytePerPixel == 1.0 ? 1 : 2;
+        src.assign(static_cast<size_t>((header + w * h) * size), 0);
+        for (int i = -header; i < w * h; ++i)
+            for (int b = 0; b < size; ++b)
+                src[static_cast<size_t>((header + i) * size + b)] =
+                    static_cast<unsigned char>((i < 0 ? sample(0, 0) : sample(i % w, i / w)) >> (8 * b));
+        Attach(proc->mMemSrc, src, format, header * size, w * h * size);
+    }
+    void Destination(uint32_t format, int chunk = -1, int slack = 16)
+    {
+        const int bytes = static_cast<int>(width * height * proc->mPixelFormatMap[format].mdFormatBytePerPixel);
+        dst.assign(static_cast<size_t>(bytes + slack), kUntouched);
+        Attach(proc->mMemDst, dst, format, 0, chunk < 0 ? bytes : chunk);
+    }
+    bool Run(int type)
+    {
+        if (type != proc->mConvDemosaic.miDemosaicType) {
+            EXPECT_TRUE(proc->mConvDemosaic.SetType(static_cast<KORVA_Demosaic>(type)));
+        }
+        return proc->mConvDemosaic.Convert();
+    }
+    int Word(size_t i) const { return dst[2 * i] | dst[2 * i + 1] << 8; }
+    Bytes Untouched() const { return Bytes(dst.size(), kUntouched); }
+};
+
+int Flat(int value)
+{
+    return value;
+}
+
+struct Rgb {
+    int red, green, blue;
+};
+
+TEST(DemosaicDispatch, SourceOfTwoRowsFailsAndWritesNothing)
+{
+    for (int type : {1, 2, 3}) {
+        Frame f;
+        f.Source(KORVA_PIXTYPE_BAYRG8, 8, 2, [](int, int) { return 100; });
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED);
+        EXPECT_FALSE(f.Run(type)) << type;
+        EXPECT_EQ(f.Untouched(), f.dst) << type;
+        EXPECT_EQ(nullptr, f.proc->mConvDemosaic.mppRows) << type;
+    }
+}
+
+TEST(DemosaicDispatch, DestinationsWithoutPathSucceedUntouched)
+{
+    const uint32_t formats[] = {KORVA_PIXTYPE_RGB10_PACKED, KORVA_PIXTYPE_RGB12_PACKED, KORVA_PIXTYPE_BGRA8_PACKED,
+                                KORVA_PIXTYPE_MONO14, KORVA_PIXTYPE_YUV422_PACKED};
+    for (uint32_t format : formats) {
+        Frame f;
+        f.Source(KORVA_PIXTYPE_BAYRG12, 6, 6, [](int x, int y) { return 100 * x + y; });
+        f.Destination(format);
+        EXPECT_TRUE(f.Run(1)) << std::hex << format;
+        EXPECT_EQ(f.Untouched(), f.dst) << std::hex << format;
+    }
+}
+
+// A flat mosaic gives the same colour at every site for every phase, so what
+// comes out is the three tables' entries in the right channels: balance
+// (2, 1, 0.5) on 8 bits, depth change on 10 and 12 bits. Interleaved and
+// planar layouts are decoded per path. The full frame is checked, so the
+// border repair has to fill the same colour in.
+TEST(DemosaicDispatch, FlatFieldsCarryTablesIntoEveryChannel)
+{
+    enum Layout { kRgb, kBgr, kPlanar8, kPlanar16 };
+    const struct Case {
+        uint32_t source;
+        uint32_t destination;
+        Layout layout;
+        int value;
+        double redGain, blueGain;
+        Rgb expected;
+    } cases[] = {
+        {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 100, 2.0, 0.5, {200, 100, 50}},
+        {KORVA_PIXTYPE_BAYGB8, KORVA_PIXTYPE_BGR8_PACKED, kBgr, 100, 2.0, 0.5, {200, 100, 50}},
+        {KORVA_PIXTYPE_BAYGR8, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 100, 2.0, 0.5, {200, 100, 50}},
+        {KORVA_PIXTYPE_BAYBG8, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 200, 2.0, 0.5, {255, 200, 100}},
+        {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 1000, 1.0, 1.0, {62, 62, 62}},
+        {KORVA_PIXTYPE_BAYGB12, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 4095, 1.0, 1.0, {255, 255, 255}},
+        {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, kPlanar16, 1000, 1.0, 1.0, {1000, 1000, 1000}},
+        {KORVA_PIXTYPE_BAYGB10, KORVA_PIXTYPE_RGB10_PLANAR, kPlanar16, 700, 1.0, 1.0, {700, 700, 700}},
+        {KORVA_PIXTYPE_BAYGR10, KORVA_PIXTYPE_BGR8_PACKED, kBgr, 1023, 1.0, 1.0, {255, 255, 255}},
+    };
+    const int W = 6, H = 5, N = W * H;
+    for (int type : {1, 2})
+        for (const Case& c : cases) {
+            Frame f;
+            f.Source(c.source, W, H, std::bind(Flat, c.value), 1);
+            f.Destination(c.destination);
+            f.proc->setDemosaicColorBalance(c.redGain, 1.0, c.blueGain);
+            ASSERT_TRUE(f.Run(type));
+            // Planes of bilinear are only made for red in an even column.
+            const bool untouched = type == 2 && (c.layout == kPlanar8 || c.layout == kPlanar16) &&
+                                   (c.source == KORVA_PIXTYPE_BAYGR8 || c.source == KORVA_PIXTYPE_BAYGR10);
+            for (int i = 0; i < N; ++i) {
+                Rgb got{};
+                switch (c.layout) {
+                case kRgb: got = {f.dst[3 * i], f.dst[3 * i + 1], f.dst[3 * i + 2]}; break;
+                case kBgr: got = {f.dst[3 * i + 2], f.dst[3 * i + 1], f.dst[3 * i]}; break;
+                case kPlanar8: got = {f.dst[i], f.dst[N + i], f.dst[2 * N + i]}; break;
+                case kPlanar16: got = {f.Word(i), f.Word(N + i), f.Word(2 * N + i)}; break;
+                }
+                const Rgb want = untouched ? Rgb{-1, -1, -1} : c.expected;
+                if (untouched)
+                    EXPECT_EQ(f.Untouched(), f.dst) << "type " << type << " pixel " << i;
+                else
+                    EXPECT_TRUE(got.red == want.red && got.green == want.green && got.blue == want.blue)
+                        << "type " << type << " format " << std::hex << c.destination << std::dec << " pixel " << i
+                        << ": " << got.red << " " << got.green << " " << got.blue;
+                if (untouched)
+                    break;
+            }
+        }
+}
+
+// RGBA8 gets 3-byte pixels in rows that are 4 bytes per pixel apart; the
+// border repair then copies 3 bytes for the last column, so the row's very
+// last byte stays as it was, and in the repaired bottom row also byte 3.
+TEST(DemosaicDispatch, RgbaIsWrittenWithThreeBytePixels)
+{
+    Frame f;
+    f.Source(KORVA_PIXTYPE_BAYRG8, 4, 4, std::bind(Flat, 90));
+    f.Destination(KORVA_PIXTYPE_RGBA8_PACKED);
+    ASSERT_TRUE(f.Run(1));
+    for (int y = 0; y < 4; ++y)
+        for (int b = 0; b < 16; ++b)
+            EXPECT_EQ(b == 15 || (y == 3 && b == 3) ? kUntouched : 90, f.dst[static_cast<size_t>(16 * y + b)]) << y << " " << b;
+}
+
+// RGB16_PLANAR gets interleaved 16-bit pixels at the planar format's row
+// distance of 2 bytes per pixel, so rows overlap. The expected frame is laid
+// out by hand (column 0 of nearest neighbour: blue 0, half green) and then
+// given the base's 6-byte border repair.
+TEST(DemosaicDispatch, Rgb16PlanarIsWrittenInterleaved)
+{
+    const int W = 4, H = 4;
+    Frame f, ref;
+    for (Frame* g : {&f, &ref}) {
+        g->Source(KORVA_PIXTYPE_BAYRG12, W, H, std::bind(Flat, 4095));
+        g->Destination(KORVA_PIXTYPE_RGB16_PLANAR);
+    }
+    ASSERT_TRUE(f.Run(1));
+    const int halfGreen = f.proc->mpLUT[1][2047];
+    EXPECT_EQ(32759, halfGreen);  // 2047 / 4095 * 65535 + 0.5, truncated
+    for (int y = 0; y < H - 1; ++y)
+        for (int k = 0; k < 3 * W; ++k) {
+            const int v = k == 1 ? halfGreen : k == 2 ? 0 : 65535;
+            ref.dst[static_cast<size_t>(2 * (W * y + k))] = static_cast<unsigned char>(v);
+            ref.dst[static_cast<size_t>(2 * (W * y + k) + 1)] = static_cast<unsigned char>(v >> 8);
+        }
+    ref.proc->mConvDemosaic.RepairDstBorder(6, 2);
+    EXPECT_EQ(ref.dst, f.dst);
+}
+
+// Every site goes through the red table, the other gains do nothing, and the
+// columns are the destination width less the half of the type that is set.
+TEST(DemosaicDispatch, BayerDestinationIsARawCopyThroughTheRedTable)
+{
+    const struct Case {
+        int type;
+        int columns;
+    } cases[] = {{1, 5}, {2, 4}, {3, 3}, {102, 3}, {100, 5}};
+    const auto sample = [](int x, int y) { return 10 + 60 * y + x; };
+    for (const Case& c : cases) {
+        Frame f;
+        f.Source(KORVA_PIXTYPE_BAYGR8, 5, 3, sample);
+        f.Destination(KORVA_PIXTYPE_BAYGR8, -1, 0);
+        f.proc->setDemosaicColorBalance(2.0, 0.5, 3.0);
+        ASSERT_TRUE(f.Run(c.type));
+        for (int y = 0; y < 3; ++y)
+            for (int x = 0; x < 5; ++x) {
+                const int doubled = 2 * sample(x, y) > 255 ? 255 : 2 * sample(x, y);
+                EXPECT_EQ(x < c.columns ? doubled : kUntouched, f.dst[static_cast<size_t>(5 * y + x)])
+                    << "type " << c.type << " at " << x << "," << y;
+            }
+    }
+}
+
+TEST(DemosaicDispatch, RawCopyChangesDepthByTheSampleWidthRule)
+{
+    const int samples[4] = {0, 1000, 2048, 4095};
+    const auto sample = [&](int x, int) { return samples[x]; };
+    {
+        Frame f;  // 16 to 8 bits: the entry's low byte
+        f.Source(KORVA_PIXTYPE_BAYRG12, 4, 3, sample);
+        f.Destination(KORVA_PIXTYPE_BAYRG8);
+        ASSERT_TRUE(f.Run(1));
+        EXPECT_EQ(Bytes({0, 62, 128, 255}), Bytes(f.dst.begin() + 8, f.dst.begin() + 12));
+    }
+    {
+        Frame f;  // 16 to 16 bits: the whole entry
+        f.Source(KORVA_PIXTYPE_BAYRG12, 4, 3, sample);
+        f.Destination(KORVA_PIXTYPE_BAYRG10);
+        ASSERT_TRUE(f.Run(1));
+        const int want[4] = {0, 250, 512, 1023};
+        for (int x = 0; x < 4; ++x)
+            EXPECT_EQ(want[x], f.Word(static_cast<size_t>(8 + x))) << x;
+    }
+}
+
+TEST(DemosaicDispatch, MonoDestinationSwitchesTheMethodForGood)
+{
+    const int W = 8, H = 8;
+    Frame f;
+    f.Source(KORVA_PIXTYPE_BAYRG8, W, H, std::bind(Flat, 100));
+    f.Destination(KORVA_PIXTYPE_MONO8);
+    ASSERT_TRUE(f.Run(1));
+    EXPECT_EQ(KORVA_DEMOSAIC_MONO, f.proc->mConvDemosaic.miDemosaicType);
+    EXPECT_EQ(5, f.proc->mConvDemosaic.miMatrixSize);
+
+    // The colour run writes no pixel; only the border repair of a 5 by 5
+    // method moves what the destination held.
+    f.Destination(KORVA_PIXTYPE_RGB8_PACKED);
+    for (size_t i = 0; i < f.dst.size(); ++i)
+        f.dst[i] = static_cast<unsigned char>(i % 251);
+    const Bytes before = f.dst;
+    ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
+    for (int y = 2; y < H - 2; ++y)
+        for (int b = 2 * 3; b < (W - 2) * 3; ++b) {
+            const size_t i = static_cast<size_t>(y * W * 3 + b);
+            EXPECT_EQ(before[i], f.dst[i]) << y << " " << b;
+        }
+    // Row 0 mirrors row 4 (columns 2 to W - 3; the column step follows).
+    EXPECT_EQ(Bytes(before.begin() + 4 * W * 3 + 6, before.begin() + 5 * W * 3 - 6),
+              Bytes(f.dst.begin() + 6, f.dst.begin() + W * 3 - 6));
+}
+
+// Row 3 of the destination starts beyond its chunk: rows from there on stay
+// as they were, the rows before are written, the result is true.
+TEST(DemosaicDispatch, MissingDestinationRowEndsTheLoop)
+{
+    const int W = 6, H = 6, row = W * 3;
+    for (int type : {1, 2}) {
+        Frame f;
+        f.Source(KORVA_PIXTYPE_BAYRG8, W, H, std::bind(Flat, 77), 1);
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, 3 * row - 1);
+        EXPECT_TRUE(f.Run(type)) << type;
+        for (size_t i = 0; i < f.dst.size(); ++i) {
+            const bool written = i >= static_cast<size_t>(row + 3) && i < static_cast<size_t>(2 * row);
+            if (written) {
+                EXPECT_EQ(77, f.dst[i]) << type << " " << i;
+            } else if (i >= static_cast<size_t>(3 * row)) {
+                EXPECT_EQ(kUntouched, f.dst[i]) << type << " " << i;
+            }
+        }
+    }
+}
+
+// With 3 or 4 rows the 5-row bound wraps; the window would reach below the
+// image, so nothing is read there (exact buffers let the sanitizer see it).
+TEST(DemosaicDispatch, FiveRowMethodOnTooFewRowsReadsNothingBelow)
+{
+    for (int h : {3, 4}) {
+        Frame f;
+        f.Source(KORVA_PIXTYPE_BAYRG8, 10, h, std::bind(Flat, 50));
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, -1, 0);
+        EXPECT_TRUE(f.Run(3)) << h;
+        EXPECT_EQ(f.Untouched(), f.dst) << h;
+    }
+}
+
+}  // namespace

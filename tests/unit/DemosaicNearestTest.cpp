@@ -1,0 +1,119 @@
+// Nearest-neighbour demosaic through the converter, on small mosaics worked
+// out by hand: the two-row lag, the carried values, the red/blue exchange of
+// GR and BG sources and the border repair.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "ImgProc.h"
+#include "KorvaPixelFormats.h"
+#include "MemoryAccess.h"
+#include "PixelFormatNode.h"
+
+namespace {
+
+typedef std::vector<unsigned char> Bytes;
+const unsigned char kUntouched = 0xEE;
+
+struct Rgb {
+    int red, green, blue;
+    bool operator==(const Rgb& o) const { return red == o.red && green == o.green && blue == o.blue; }
+};
+
+std::ostream& operator<<(std::ostream& os, const Rgb& p)
+{
+    return os << "(" << p.red << ", " << p.green << ", " << p.blue << ")";
+}
+
+// An 8-bit mosaic with sample 10 * y + x + 1 converted to RGB8 with identity
+// tables, in test-owned buffers of a full width `fullWidth`; both regions are
+// `width` by `height` at the origin.
+struct Frame {
+    std::unique_ptr<CImgProc> proc{new CImgProc()};
+    Bytes src, dst;
+    int full;
+
+    Frame(uint32_t format, int fullWidth, int width, int height)
+        : full(fullWidth)
+    {
+        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
+        src.resize(static_cast<size_t>(fullWidth * height));
+        for (size_t i = 0; i < src.size(); ++i)
+            src[i] = static_cast<unsigned char>(10 * (i / fullWidth) + i % fullWidth + 1);
+        dst.assign(static_cast<size_t>(3 * fullWidth * height), kUntouched);
+        Attach(proc->mMemSrc, src, format, width, height);
+        Attach(proc->mMemDst, dst, KORVA_PIXTYPE_RGB8_PACKED, width, height);
+    }
+    void Attach(CMemoryAccess& v, Bytes& buf, uint32_t format, int width, int height)
+    {
+        v.miWidth = full;
+        v.miHeight = height;
+        v.SetPixelFormat(format, &proc->mPixelFormatMap[format]);
+        v.SetBasePointer(buf.data(), static_cast<int32_t>(buf.size()));
+        ASSERT_EQ(RESULT_OK, v.setChunkOfData(KORVA_CHUNK_IMAGE, buf.data(), static_cast<int32_t>(buf.size()), 0,
+                                              static_cast<int32_t>(buf.size())));
+        ASSERT_TRUE(v.SetROI(0, 0, width, height));
+    }
+    Rgb At(int x, int y) const
+    {
+        const size_t i = static_cast<size_t>(3 * (y * full + x));
+        return {dst[i], dst[i + 1], dst[i + 2]};
+    }
+};
+
+// Rows 0 to 4 of a 6 by 5 mosaic. Destination row y shows rows (0, 1) for
+// y = 0 to 2 and (y - 2, y - 1) after; row 4 and row 0 come from the repair
+// (row 2), column 0 from column 2 and column 5 from column 3.
+//
+// RG and BG: the row of phase 0 holds red. With rows 0 = 1..6, 1 = 11..16:
+// red 1 1 3 3 5 5, green (·) 6 7 8 9 10, blue (0) 12 12 14 14 16: blue lags
+// one pixel and green is the mean of the two diagonal neighbours. Row 3 sees
+// rows 2 (red) and 1 (blue).
+const Rgb kRowRG[6] = {{3, 7, 12}, {1, 6, 12}, {3, 7, 12}, {3, 8, 14}, {5, 9, 14}, {3, 8, 14}};
+const Rgb kRow3RG[6] = {{23, 17, 12}, {21, 16, 12}, {23, 17, 12}, {23, 18, 14}, {25, 19, 14}, {23, 18, 14}};
+// GB and GR: the rows change roles. For GR the red channel then holds the
+// blue sites (row 1, even columns) and blue the red sites: exchanged.
+const Rgb kRowGR[6] = {{13, 7, 2}, {11, 6, 2}, {13, 7, 2}, {13, 8, 4}, {15, 9, 4}, {13, 8, 4}};
+const Rgb kRow3GR[6] = {{13, 17, 22}, {11, 16, 22}, {13, 17, 22}, {13, 18, 24}, {15, 19, 24}, {13, 18, 24}};
+
+TEST(DemosaicNearest, HandMosaicForEveryPhase)
+{
+    const struct Case {
+        uint32_t format;
+        const Rgb* row;
+        const Rgb* row3;
+    } cases[] = {
+        {KORVA_PIXTYPE_BAYRG8, kRowRG, kRow3RG},
+        {KORVA_PIXTYPE_BAYBG8, kRowRG, kRow3RG},
+        {KORVA_PIXTYPE_BAYGB8, kRowGR, kRow3GR},
+        {KORVA_PIXTYPE_BAYGR8, kRowGR, kRow3GR},
+    };
+    for (const Case& c : cases) {
+        Frame f(c.format, 6, 6, 5);
+        ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 6; ++x)
+                EXPECT_EQ(y == 3 ? c.row3[x] : c.row[x], f.At(x, y)) << std::hex << c.format << std::dec << " at "
+                                                                     << x << "," << y;
+    }
+}
+
+// An odd width writes one pixel past the region, with the source sample
+// past the row in its green and blue; the full-width buffers show it in
+// column 5, which the repair of a 5-wide region does not touch.
+TEST(DemosaicNearest, OddWidthWritesOnePixelPastTheRow)
+{
+    Frame f(KORVA_PIXTYPE_BAYRG8, 6, 5, 4);
+    ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
+    // Rows 0 to 2 all see rows (0, 1): red 5, green (15 + 6) / 2, blue 16.
+    for (int y = 0; y < 3; ++y)
+        EXPECT_EQ((Rgb{5, 10, 16}), f.At(5, y)) << y;
+    EXPECT_EQ((Rgb{kUntouched, kUntouched, kUntouched}), f.At(5, 3));
+    // Column 4 is the region's last: the repair puts column 2 there.
+    for (int y = 0; y < 4; ++y)
+        EXPECT_EQ((Rgb{3, 7, 12}), f.At(4, y)) << y;
+}
+
+}  // namespace
