@@ -121,6 +121,7 @@ enum : int {
     kGetDemosaic = 59,
     kSetScale = 60,
     kGetScale = 61,
+    kGetAverage = 62,
 };
 
 class PluginAbi : public ::testing::Test {
@@ -390,6 +391,10 @@ TEST_F(PluginAbi, SlotsOfFormatsAndTransforms)
     EXPECT_EQ(list.iCount, 4);
     EXPECT_EQ(list.iCurrent, 2);
     EXPECT_EQ((Slot<int, double, double, double>(source, kSetDemosaicColorBalance, 1.5, 1.0, 2.0)), RESULT_OK);
+    EXPECT_EQ((Slot<int, double*, int, int, int, int>(source, kGetAverage, nullptr, 0, 0, 4, 2)), RESULT_BAD_PARAM);
+    double average = -1.0;
+    EXPECT_EQ((Slot<int, double*, int, int, int, int>(source, kGetAverage, &average, 0, 0, 4, 2)), RESULT_FAIL);
+    EXPECT_EQ(average, -1.0);  // a region too small to measure
 
     unsigned char out[16];
     EXPECT_EQ((Slot<int, unsigned char*, int>(source, kDoTransform, out, 7)), RESULT_ERROR);
