@@ -52,39 +52,45 @@ std::string TempPath(const char* name)
     return testing::TempDir() + name;
 }
 
+SampleImage Sample(int width, int height, int channels, int maxValue, std::vector<uint16_t> samples)
+{
+    SampleImage image;
+    image.width = width;
+    image.height = height;
+    image.channels = channels;
+    image.maxValue = maxValue;
+    image.samples = std::move(samples);
+    return image;
+}
+
 }  // namespace
 
-TEST(PnmRead, EightBitGreyWithCommentsInTheHeader)
+TEST(PnmRead, HeadersAndSampleWidths)
 {
-    const auto bytes = Bytes("P5\n# made by hand\n3 # width\n2\n# maxval next\n255\n", {0, 1, 2, 253, 254, 255});
-    SampleImage image;
-    std::string error;
-    ASSERT_TRUE(ImageFile::ParsePnm(bytes, image, error)) << error;
-    EXPECT_EQ(image.width, 3);
-    EXPECT_EQ(image.height, 2);
-    EXPECT_EQ(image.channels, 1);
-    EXPECT_EQ(image.maxValue, 255);
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{0, 1, 2, 253, 254, 255}));
-}
-
-TEST(PnmRead, SixteenBitSamplesAreBigEndian)
-{
-    // One RGB pixel 0x0102, 0x0FFF, 0x0000 and a maxval that needs two bytes.
-    const auto bytes = Bytes("P6 1 1 4095\n", {0x01, 0x02, 0x0F, 0xFF, 0x00, 0x00});
-    SampleImage image;
-    std::string error;
-    ASSERT_TRUE(ImageFile::ParsePnm(bytes, image, error)) << error;
-    EXPECT_EQ(image.channels, 3);
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{0x0102, 0x0FFF, 0}));
-}
-
-TEST(PnmRead, MaxvalAbove255UsesTwoBytesEvenForSmallSamples)
-{
-    const auto bytes = Bytes("P5 2 1 256\n", {0x00, 0x05, 0x01, 0x00});
-    SampleImage image;
-    std::string error;
-    ASSERT_TRUE(ImageFile::ParsePnm(bytes, image, error)) << error;
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{5, 256}));
+    const struct {
+        const char* what;
+        std::vector<uint8_t> bytes;
+        SampleImage expected;
+    } cases[] = {
+        {"8-bit grey with comments in the header",
+         Bytes("P5\n# made by hand\n3 # width\n2\n# maxval next\n255\n", {0, 1, 2, 253, 254, 255}),
+         Sample(3, 2, 1, 255, {0, 1, 2, 253, 254, 255})},
+        // One RGB pixel 0x0102, 0x0FFF, 0x0000 and a maxval that needs two bytes.
+        {"16-bit samples are big-endian", Bytes("P6 1 1 4095\n", {0x01, 0x02, 0x0F, 0xFF, 0x00, 0x00}),
+         Sample(1, 1, 3, 4095, {0x0102, 0x0FFF, 0})},
+        {"maxval above 255 uses two bytes even for small samples", Bytes("P5 2 1 256\n", {0x00, 0x05, 0x01, 0x00}),
+         Sample(2, 1, 1, 256, {5, 256})},
+    };
+    for (const auto& c : cases) {
+        SampleImage image;
+        std::string error;
+        ASSERT_TRUE(ImageFile::ParsePnm(c.bytes, image, error)) << c.what << ": " << error;
+        EXPECT_EQ(image.width, c.expected.width) << c.what;
+        EXPECT_EQ(image.height, c.expected.height) << c.what;
+        EXPECT_EQ(image.channels, c.expected.channels) << c.what;
+        EXPECT_EQ(image.maxValue, c.expected.maxValue) << c.what;
+        EXPECT_EQ(image.samples, c.expected.samples) << c.what;
+    }
 }
 
 TEST(PnmRead, ReadsFromAFile)
@@ -126,12 +132,7 @@ TEST(PnmRead, BadFilesAreRefused)
 
 TEST(PngWrite, EightBitRgbReadsBack)
 {
-    SampleImage image;
-    image.width = 2;
-    image.height = 2;
-    image.channels = 3;
-    image.maxValue = 255;
-    image.samples = {255, 0, 0, 0, 255, 0, 0, 0, 255, 10, 20, 30};
+    const SampleImage image = Sample(2, 2, 3, 255, {255, 0, 0, 0, 255, 0, 0, 0, 255, 10, 20, 30});
     const std::string path = TempPath("frameconv_rgb8.png");
     std::string error;
     ASSERT_TRUE(ImageFile::WritePng(path, image, error)) << error;
@@ -148,12 +149,7 @@ TEST(PngWrite, EightBitRgbReadsBack)
 
 TEST(PngWrite, SixteenBitGreyGoesOutBigEndianWithValuesKept)
 {
-    SampleImage image;
-    image.width = 3;
-    image.height = 1;
-    image.channels = 1;
-    image.maxValue = 4095;
-    image.samples = {0x0102, 4095, 0};
+    const SampleImage image = Sample(3, 1, 1, 4095, {0x0102, 4095, 0});
     const std::string path = TempPath("frameconv_grey16.png");
     std::string error;
     ASSERT_TRUE(ImageFile::WritePng(path, image, error)) << error;
@@ -167,59 +163,43 @@ TEST(PngWrite, SixteenBitGreyGoesOutBigEndianWithValuesKept)
 
 TEST(PngWrite, RefusesWhatItCannotWrite)
 {
-    SampleImage image;
-    image.width = 1;
-    image.height = 1;
-    image.channels = 2;
-    image.maxValue = 255;
-    image.samples = {1, 2};
+    SampleImage image = Sample(1, 1, 2, 255, {1, 2});
     std::string error;
     EXPECT_FALSE(ImageFile::WritePng(TempPath("frameconv_two.png"), image, error));
     image.channels = 1;
     EXPECT_FALSE(ImageFile::WritePng("/nonexistent-folder/x.png", image, error));
 }
 
-TEST(FrameToSamples, ColourOrdersAndLayoutsBecomeRgb)
+TEST(FrameToSamples, LayoutsBecomeRgbAndDeepFormatsKeepTheirValues)
 {
-    SampleImage image;
-    std::string error;
-    const std::vector<uint8_t> bgr = {3, 2, 1, 30, 20, 10};
-    ASSERT_TRUE(ImageFile::FrameToSamples(KORVA_PIXTYPE_BGR8_PACKED, 2, 1, bgr.data(), bgr.size(), image, error));
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{1, 2, 3, 10, 20, 30}));
-    EXPECT_EQ(image.maxValue, 255);
-
-    // Two pixels of planar RGB: planes R R, G G, B B.
-    const std::vector<uint8_t> planar = {1, 10, 2, 20, 3, 30};
-    ASSERT_TRUE(
-        ImageFile::FrameToSamples(KORVA_PIXTYPE_RGB8_PLANAR, 2, 1, planar.data(), planar.size(), image, error));
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{1, 2, 3, 10, 20, 30}));
-
-    const std::vector<uint8_t> bgra = {3, 2, 1, 77};
-    ASSERT_TRUE(ImageFile::FrameToSamples(KORVA_PIXTYPE_BGRA8_PACKED, 1, 1, bgra.data(), bgra.size(), image, error));
-    EXPECT_EQ(image.channels, 4);
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{1, 2, 3, 77}));
-}
-
-TEST(FrameToSamples, DeepFormatsKeepTheirValues)
-{
-    SampleImage image;
-    std::string error;
-    const std::vector<uint8_t> mono12 = {0xFF, 0x0F, 0x34, 0x02};  // little-endian 4095, 0x234
-    ASSERT_TRUE(ImageFile::FrameToSamples(KORVA_PIXTYPE_MONO12, 2, 1, mono12.data(), mono12.size(), image, error));
-    EXPECT_EQ(image.maxValue, 65535);
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{4095, 0x234}));
-
-    // Packed 12-bit: pixel 0 = 0xAB << 4 | 0x1, pixel 1 = 0xCD << 4 | 0x2.
-    const std::vector<uint8_t> packed12 = {0xAB, 0x21, 0xCD};
-    ASSERT_TRUE(ImageFile::FrameToSamples(KORVA_PIXTYPE_MONO12_PACKED, 2, 1, packed12.data(), packed12.size(), image,
-                                          error));
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{0xAB1, 0xCD2}));
-
-    // Packed 10-bit keeps two low bits of each pixel in the middle byte.
-    const std::vector<uint8_t> packed10 = {0xFF, 0x31, 0x01};
-    ASSERT_TRUE(ImageFile::FrameToSamples(KORVA_PIXTYPE_MONO10_PACKED, 2, 1, packed10.data(), packed10.size(), image,
-                                          error));
-    EXPECT_EQ(image.samples, (std::vector<uint16_t>{0x3FD, 0x007}));
+    const struct {
+        const char* what;
+        uint32_t code;
+        int width;
+        std::vector<uint8_t> frame;
+        int channels, maxValue;
+        std::vector<uint16_t> samples;
+    } cases[] = {
+        {"bgr8", KORVA_PIXTYPE_BGR8_PACKED, 2, {3, 2, 1, 30, 20, 10}, 3, 255, {1, 2, 3, 10, 20, 30}},
+        // Two pixels of planar RGB: planes R R, G G, B B.
+        {"planar", KORVA_PIXTYPE_RGB8_PLANAR, 2, {1, 10, 2, 20, 3, 30}, 3, 255, {1, 2, 3, 10, 20, 30}},
+        {"bgra8", KORVA_PIXTYPE_BGRA8_PACKED, 1, {3, 2, 1, 77}, 4, 255, {1, 2, 3, 77}},
+        // Little-endian 4095, 0x234.
+        {"mono12", KORVA_PIXTYPE_MONO12, 2, {0xFF, 0x0F, 0x34, 0x02}, 1, 65535, {4095, 0x234}},
+        // Pixel 0 = 0xAB << 4 | 0x1, pixel 1 = 0xCD << 4 | 0x2.
+        {"mono12 packed", KORVA_PIXTYPE_MONO12_PACKED, 2, {0xAB, 0x21, 0xCD}, 1, 65535, {0xAB1, 0xCD2}},
+        // Two low bits of each pixel in the middle byte.
+        {"mono10 packed", KORVA_PIXTYPE_MONO10_PACKED, 2, {0xFF, 0x31, 0x01}, 1, 65535, {0x3FD, 0x007}},
+    };
+    for (const auto& c : cases) {
+        SampleImage image;
+        std::string error;
+        ASSERT_TRUE(ImageFile::FrameToSamples(c.code, c.width, 1, c.frame.data(), c.frame.size(), image, error))
+            << c.what << ": " << error;
+        EXPECT_EQ(image.channels, c.channels) << c.what;
+        EXPECT_EQ(image.maxValue, c.maxValue) << c.what;
+        EXPECT_EQ(image.samples, c.samples) << c.what;
+    }
 }
 
 TEST(FrameToSamples, RefusesYuvAndShortData)

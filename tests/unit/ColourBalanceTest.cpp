@@ -6,6 +6,7 @@
 #include "ImgProcConvDemosaic.h"
 #include "KorvaPixelFormats.h"
 #include "MemoryAccess.h"
+#include "TestFrames.h"
 
 namespace {
 
@@ -44,13 +45,7 @@ struct Balance {
                 const Site s = SiteOf(format, x, y);
                 Set(x, y, s == R ? red : s == G ? green : blue);
             }
-        source.miWidth = source.miRoiWidth = w;
-        source.miHeight = source.miRoiHeight = h;
-        source.miPixelFormat = format;
-        source.mdBytePerPixel = 1.0;
-        const int bytes = static_cast<int>(pixels.size());
-        source.SetBasePointer(pixels.data(), bytes);
-        EXPECT_EQ(RESULT_OK, source.setChunkOfData(KORVA_CHUNK_IMAGE, pixels.data(), bytes, 0, bytes));
+        testframes::Bind(source, pixels, w, h, {format, 1.0, 0});
         destination.miWidth = destination.miRoiWidth = w;
         destination.miHeight = destination.miRoiHeight = h;
         conv.mpMemSrc = &source;

@@ -1,60 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
-
-const unsigned char kUntouched = 0xEE;
-
-struct Format {
-    uint32_t code;
-    double factor;
-    int32_t bppEff;
-};
-
-const Format kMono8 = {KORVA_PIXTYPE_MONO8, 1.0, 8};
-const Format kMono16 = {KORVA_PIXTYPE_MONO16, 2.0, 16};
-const Format kMono10 = {KORVA_PIXTYPE_MONO10, 2.0, 10};
-const Format kMono12Packed = {KORVA_PIXTYPE_MONO12_PACKED, 1.5, 12};
-const Format kRgb8 = {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8};
-const Format kRgb10 = {KORVA_PIXTYPE_RGB10_PACKED, 6.0, 10};
-const Format kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8};
-
-// Gives a view a buffer with a whole-buffer image chunk and a format.
-void Prepare(CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, const Format& f)
-{
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.miPixelFormat = f.code;
-    view.mdBytePerPixel = f.factor;
-    view.miBppEff = f.bppEff;
-    view.SetBasePointer(buffer.data(), static_cast<int32_t>(buffer.size()));
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), static_cast<int32_t>(buffer.size()),
-                                             0, static_cast<int32_t>(buffer.size())));
-}
-
-Bytes Counting(size_t n)
-{
-    Bytes b(n);
-    for (size_t i = 0; i < n; ++i)
-        b[i] = static_cast<unsigned char>(i + 1);
-    return b;
-}
-
-// The buffers belong to the test, so the object must not release them.
-std::unique_ptr<CImgProc> MakeImage()
-{
-    std::unique_ptr<CImgProc> image(new CImgProc());
-    image->miBufferType = KORVA_BUFFER_EXTERNAL;
-    return image;
-}
+using namespace testframes;
 
 class CopyConverterTest : public ::testing::Test {
 protected:
@@ -87,8 +35,8 @@ TEST_F(CopyConverterTest, ElementWidthFollowsTheSourceFactorAndDepth)
         proc = MakeImage();
         Bytes src = Counting(c.srcBytes);
         Bytes dst(c.dstBytes, kUntouched);
-        Prepare(proc->mMemSrc, src, c.width, c.height, c.src);
-        Prepare(proc->mMemDst, dst, c.width, c.height, c.dst);
+        Bind(proc->mMemSrc, src, c.width, c.height, c.src);
+        Bind(proc->mMemDst, dst, c.width, c.height, c.dst);
         EXPECT_TRUE(proc->mConvCopy.Convert()) << c.what;
         EXPECT_EQ(c.expected, dst) << c.what;
         EXPECT_EQ(Counting(c.srcBytes), src) << c.what;
@@ -107,8 +55,8 @@ TEST_F(CopyConverterTest, RowsOfAnyWidthAreCopiedCompletely)
             for (size_t i = 0; i < bytes; ++i)
                 src[i] = static_cast<unsigned char>(i * 37 + 11);
             Bytes dst(bytes, kUntouched);
-            Prepare(proc->mMemSrc, src, width, height, f);
-            Prepare(proc->mMemDst, dst, width, height, f);
+            Bind(proc->mMemSrc, src, width, height, f);
+            Bind(proc->mMemDst, dst, width, height, f);
             EXPECT_TRUE(proc->mConvCopy.Convert());
             EXPECT_EQ(src, dst) << "width " << width << " factor " << f.factor;
         }
@@ -118,8 +66,8 @@ TEST_F(CopyConverterTest, ZeroWidthWritesNothingAndSucceeds)
 {
     Bytes src = Counting(8);
     Bytes dst(8, kUntouched);
-    Prepare(proc->mMemSrc, src, 4, 2, kMono8);
-    Prepare(proc->mMemDst, dst, 4, 2, kMono8);
+    Bind(proc->mMemSrc, src, 4, 2, kMono8);
+    Bind(proc->mMemDst, dst, 4, 2, kMono8);
     proc->mMemSrc.miRoiWidth = 0;
     proc->mMemDst.miRoiWidth = 0;
     EXPECT_TRUE(proc->mConvCopy.Convert());
@@ -132,8 +80,8 @@ TEST_F(CopyConverterTest, RegionsAreAddressedOnBothSides)
     // 2x2 at (2, 0) of a 4x3 image.
     Bytes src = Counting(16);
     Bytes dst(12, kUntouched);
-    Prepare(proc->mMemSrc, src, 4, 4, kMono8);
-    Prepare(proc->mMemDst, dst, 4, 3, kMono8);
+    Bind(proc->mMemSrc, src, 4, 4, kMono8);
+    Bind(proc->mMemDst, dst, 4, 3, kMono8);
     ASSERT_TRUE(proc->mMemSrc.SetROI(1, 1, 2, 2));
     ASSERT_TRUE(proc->mMemDst.SetROI(2, 0, 2, 2));
     EXPECT_TRUE(proc->mConvCopy.Convert());

@@ -1,67 +1,21 @@
 // Bilinear demosaic through the converter, on small mosaics worked out by
 // hand: the one-column shift, the sample read before each row, the phases
 // and the columns that stay unwritten.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
-#include "MemoryAccess.h"
-#include "PixelFormatNode.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
-const unsigned char kUntouched = 0xEE;
+using namespace testframes;
 
-struct Rgb {
-    int red, green, blue;
-    bool operator==(const Rgb& o) const { return red == o.red && green == o.green && blue == o.blue; }
-};
-
-std::ostream& operator<<(std::ostream& os, const Rgb& p)
-{
-    return os << "(" << p.red << ", " << p.green << ", " << p.blue << ")";
-}
-
-// An 8-bit mosaic into RGB8 with identity tables, in test-owned buffers. A
-// non-empty `header` stands in the source buffer in front of the image.
-struct Frame {
-    std::unique_ptr<CImgProc> proc{new CImgProc()};
-    Bytes src, dst;
-    int width;
-
-    Frame(uint32_t format, int w, int h, const std::function<int(int, int)>& sample, const Bytes& header = Bytes(),
-          uint32_t destination = KORVA_PIXTYPE_RGB8_PACKED)
-        : src(header), width(w)
+// An 8-bit mosaic into RGB8 with identity tables; `header` samples stand in
+// the source buffer in front of the image.
+struct Frame : ConvFrame {
+    Frame(uint32_t format, int w, int h, const std::function<int(int, int)>& sample,
+          const std::vector<int>& header = {})
     {
-        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
-        for (int y = 0; y < h; ++y)
-            for (int x = 0; x < w; ++x)
-                src.push_back(static_cast<unsigned char>(sample(x, y)));
-        const double factor = proc->mPixelFormatMap[destination].mdFormatBytePerPixel;
-        dst.assign(static_cast<size_t>(w * h * factor), kUntouched);
-        Attach(proc->mMemSrc, src, format, static_cast<int>(header.size()), w, h);
-        Attach(proc->mMemDst, dst, destination, 0, w, h);
+        Source(format, w, h, sample, header);
+        Destination(KORVA_PIXTYPE_RGB8_PACKED);
         EXPECT_TRUE(proc->mConvDemosaic.SetType(KORVA_DEMOSAIC_BILINEAR));
-    }
-    void Attach(CMemoryAccess& v, Bytes& buf, uint32_t format, int offset, int w, int h)
-    {
-        v.miWidth = v.miRoiWidth = w;
-        v.miHeight = v.miRoiHeight = h;
-        v.SetPixelFormat(format, &proc->mPixelFormatMap[format]);
-        v.SetBasePointer(buf.data(), static_cast<int32_t>(buf.size()));
-        const int32_t chunk = static_cast<int32_t>(buf.size()) - offset;
-        ASSERT_EQ(RESULT_OK, v.setChunkOfData(KORVA_CHUNK_IMAGE, buf.data() + offset, chunk, 0, chunk));
-    }
-    Rgb At(int x, int y) const
-    {
-        const size_t i = static_cast<size_t>(3 * (y * width + x));
-        return {dst[i], dst[i + 1], dst[i + 2]};
     }
 };
 
@@ -95,7 +49,7 @@ TEST(DemosaicBilinear, RampComesOutOneColumnToTheRight)
     const int source[5] = {2, 1, 2, 3, 2};
     const int column[6] = {2, 1, 2, 3, 4, 3};
     for (int header : {-1, 80}) {
-        Frame f(KORVA_PIXTYPE_BAYRG8, 6, 5, Ramp, header < 0 ? Bytes() : Bytes{7, static_cast<unsigned char>(header)});
+        Frame f(KORVA_PIXTYPE_BAYRG8, 6, 5, Ramp, header < 0 ? std::vector<int>() : std::vector<int>{7, header});
         ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
         for (int y = 0; y < 5; ++y)
             for (int x = 0; x < 6; ++x) {
@@ -143,7 +97,7 @@ TEST(DemosaicBilinear, PhaseFollowsBlueFirstOnly)
 TEST(DemosaicBilinear, WrittenColumnsComeInPairs)
 {
     {
-        Frame f(KORVA_PIXTYPE_BAYRG8, 7, 4, Ramp, Bytes{0});
+        Frame f(KORVA_PIXTYPE_BAYRG8, 7, 4, Ramp, {0});
         ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
         for (int y = 0; y < 4; ++y) {
             EXPECT_EQ((Rgb{kUntouched, kUntouched, kUntouched}), f.At(5, y)) << y;
@@ -152,7 +106,7 @@ TEST(DemosaicBilinear, WrittenColumnsComeInPairs)
         }
     }
     {
-        Frame f(KORVA_PIXTYPE_BAYRG8, 3, 4, Ramp, Bytes{0});
+        Frame f(KORVA_PIXTYPE_BAYRG8, 3, 4, Ramp, {0});
         ASSERT_TRUE(f.proc->mConvDemosaic.Convert());
         EXPECT_EQ(Bytes(f.dst.size(), kUntouched), f.dst);
     }

@@ -1,86 +1,25 @@
 // The Bayer converter's dispatch: classes of destination, sample widths,
 // tables and phases on flat fields, the raw copy and the row loop's ends.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
-#include "MemoryAccess.h"
-#include "PixelFormatNode.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
-const unsigned char kUntouched = 0xEE;
+using namespace testframes;
 
-// An image object with test-owned buffers: the source filled from a
-// function of (x, y), the destination filled with kUntouched and `slack`
-// spare bytes behind its image chunk.
-struct Frame {
-    std::unique_ptr<CImgProc> proc{new CImgProc()};
-    Bytes src, dst;
-    int width = 0, height = 0;
-
-    Frame() { proc->miBufferType = KORVA_BUFFER_EXTERNAL; }
-
-    void Attach(CMemoryAccess& v, Bytes& buf, uint32_t format, int offset, int chunk)
-    {
-        v.miWidth = v.miRoiWidth = width;
-        v.miHeight = v.miRoiHeight = height;
-        v.SetPixelFormat(format, &proc->mPixelFormatMap[format]);
-        v.SetBasePointer(buf.data(), static_cast<int32_t>(buf.size()));
-        ASSERT_EQ(RESULT_OK, v.setChunkOfData(KORVA_CHUNK_IMAGE, buf.data() + offset, chunk, 0, chunk));
-    }
-    // `header` samples of the value at (0, 0) stand in front of the image,
-    // where the bilinear method reads the sample before its first row.
-    void Source(uint32_t format, int w, int h, const std::function<int(int, int)>& sample, int header = 0)
-    {
-        width = w;
-        height = h;
-        const int size = proc->mPixelFormatMap[format].mdFormatBytePerPixel == 1.0 ? 1 : 2;
-        src.assign(static_cast<size_t>((header + w * h) * size), 0);
-        for (int i = -header; i < w * h; ++i)
-            for (int b = 0; b < size; ++b)
-                src[static_cast<size_t>((header + i) * size + b)] =
-                    static_cast<unsigned char>((i < 0 ? sample(0, 0) : sample(i % w, i / w)) >> (8 * b));
-        Attach(proc->mMemSrc, src, format, header * size, w * h * size);
-    }
-    void Destination(uint32_t format, int chunk = -1, int slack = 16)
-    {
-        const int bytes = static_cast<int>(width * height * proc->mPixelFormatMap[format].mdFormatBytePerPixel);
-        dst.assign(static_cast<size_t>(bytes + slack), kUntouched);
-        Attach(proc->mMemDst, dst, format, 0, chunk < 0 ? bytes : chunk);
-    }
-    bool Run(int type)
-    {
-        if (type != proc->mConvDemosaic.miDemosaicType) {
-            EXPECT_TRUE(proc->mConvDemosaic.SetType(static_cast<KORVA_Demosaic>(type)));
-        }
-        return proc->mConvDemosaic.Convert();
-    }
-    int Word(size_t i) const { return dst[2 * i] | dst[2 * i + 1] << 8; }
-    Bytes Untouched() const { return Bytes(dst.size(), kUntouched); }
-};
+typedef ConvFrame Frame;
+const int kSlack = 16;  // spare destination bytes behind the image chunk
 
 int Flat(int value)
 {
     return value;
 }
 
-struct Rgb {
-    int red, green, blue;
-};
-
 TEST(DemosaicDispatch, SourceOfTwoRowsFailsAndWritesNothing)
 {
     for (int type : {1, 2, 3}) {
         Frame f;
         f.Source(KORVA_PIXTYPE_BAYRG8, 8, 2, [](int, int) { return 100; });
-        f.Destination(KORVA_PIXTYPE_RGB8_PACKED);
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, -1, kSlack);
         EXPECT_FALSE(f.Run(type)) << type;
         EXPECT_EQ(f.Untouched(), f.dst) << type;
         EXPECT_EQ(nullptr, f.proc->mConvDemosaic.mppRows) << type;
@@ -94,7 +33,7 @@ TEST(DemosaicDispatch, DestinationsWithoutPathSucceedUntouched)
     for (uint32_t format : formats) {
         Frame f;
         f.Source(KORVA_PIXTYPE_BAYRG12, 6, 6, [](int x, int y) { return 100 * x + y; });
-        f.Destination(format);
+        f.Destination(format, -1, kSlack);
         EXPECT_TRUE(f.Run(1)) << std::hex << format;
         EXPECT_EQ(f.Untouched(), f.dst) << std::hex << format;
     }
@@ -130,8 +69,8 @@ TEST(DemosaicDispatch, FlatFieldsCarryTablesIntoEveryChannel)
     for (int type : {1, 2})
         for (const Case& c : cases) {
             Frame f;
-            f.Source(c.source, W, H, std::bind(Flat, c.value), 1);
-            f.Destination(c.destination);
+            f.Source(c.source, W, H, std::bind(Flat, c.value), {c.value});
+            f.Destination(c.destination, -1, kSlack);
             f.proc->setDemosaicColorBalance(c.redGain, 1.0, c.blueGain);
             ASSERT_TRUE(f.Run(type));
             // Planes of bilinear are only made for red in an even column.
@@ -165,7 +104,7 @@ TEST(DemosaicDispatch, RgbaIsWrittenWithThreeBytePixels)
 {
     Frame f;
     f.Source(KORVA_PIXTYPE_BAYRG8, 4, 4, std::bind(Flat, 90));
-    f.Destination(KORVA_PIXTYPE_RGBA8_PACKED);
+    f.Destination(KORVA_PIXTYPE_RGBA8_PACKED, -1, kSlack);
     ASSERT_TRUE(f.Run(1));
     for (int y = 0; y < 4; ++y)
         for (int b = 0; b < 16; ++b)
@@ -182,7 +121,7 @@ TEST(DemosaicDispatch, Rgb16PlanarIsWrittenInterleaved)
     Frame f, ref;
     for (Frame* g : {&f, &ref}) {
         g->Source(KORVA_PIXTYPE_BAYRG12, W, H, std::bind(Flat, 4095));
-        g->Destination(KORVA_PIXTYPE_RGB16_PLANAR);
+        g->Destination(KORVA_PIXTYPE_RGB16_PLANAR, -1, kSlack);
     }
     ASSERT_TRUE(f.Run(1));
     const int halfGreen = f.proc->mpLUT[1][2047];
@@ -209,7 +148,7 @@ TEST(DemosaicDispatch, BayerDestinationIsARawCopyThroughTheRedTable)
     for (const Case& c : cases) {
         Frame f;
         f.Source(KORVA_PIXTYPE_BAYGR8, 5, 3, sample);
-        f.Destination(KORVA_PIXTYPE_BAYGR8, -1, 0);
+        f.Destination(KORVA_PIXTYPE_BAYGR8);
         f.proc->setDemosaicColorBalance(2.0, 0.5, 3.0);
         ASSERT_TRUE(f.Run(c.type));
         for (int y = 0; y < 3; ++y)
@@ -228,14 +167,14 @@ TEST(DemosaicDispatch, RawCopyChangesDepthByTheSampleWidthRule)
     {
         Frame f;  // 16 to 8 bits: the entry's low byte
         f.Source(KORVA_PIXTYPE_BAYRG12, 4, 3, sample);
-        f.Destination(KORVA_PIXTYPE_BAYRG8);
+        f.Destination(KORVA_PIXTYPE_BAYRG8, -1, kSlack);
         ASSERT_TRUE(f.Run(1));
         EXPECT_EQ(Bytes({0, 62, 128, 255}), Bytes(f.dst.begin() + 8, f.dst.begin() + 12));
     }
     {
         Frame f;  // 16 to 16 bits: the whole entry
         f.Source(KORVA_PIXTYPE_BAYRG12, 4, 3, sample);
-        f.Destination(KORVA_PIXTYPE_BAYRG10);
+        f.Destination(KORVA_PIXTYPE_BAYRG10, -1, kSlack);
         ASSERT_TRUE(f.Run(1));
         const int want[4] = {0, 250, 512, 1023};
         for (int x = 0; x < 4; ++x)
@@ -248,14 +187,14 @@ TEST(DemosaicDispatch, MonoDestinationSwitchesTheMethodForGood)
     const int W = 8, H = 8;
     Frame f;
     f.Source(KORVA_PIXTYPE_BAYRG8, W, H, std::bind(Flat, 100));
-    f.Destination(KORVA_PIXTYPE_MONO8);
+    f.Destination(KORVA_PIXTYPE_MONO8, -1, kSlack);
     ASSERT_TRUE(f.Run(1));
     EXPECT_EQ(KORVA_DEMOSAIC_MONO, f.proc->mConvDemosaic.miDemosaicType);
     EXPECT_EQ(5, f.proc->mConvDemosaic.miMatrixSize);
 
     // The colour run writes no pixel; only the border repair of a 5 by 5
     // method moves what the destination held.
-    f.Destination(KORVA_PIXTYPE_RGB8_PACKED);
+    f.Destination(KORVA_PIXTYPE_RGB8_PACKED, -1, kSlack);
     for (size_t i = 0; i < f.dst.size(); ++i)
         f.dst[i] = static_cast<unsigned char>(i % 251);
     const Bytes before = f.dst;
@@ -277,8 +216,8 @@ TEST(DemosaicDispatch, MissingDestinationRowEndsTheLoop)
     const int W = 6, H = 6, row = W * 3;
     for (int type : {1, 2}) {
         Frame f;
-        f.Source(KORVA_PIXTYPE_BAYRG8, W, H, std::bind(Flat, 77), 1);
-        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, 3 * row - 1);
+        f.Source(KORVA_PIXTYPE_BAYRG8, W, H, std::bind(Flat, 77), {77});
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, 3 * row - 1, kSlack);
         EXPECT_TRUE(f.Run(type)) << type;
         for (size_t i = 0; i < f.dst.size(); ++i) {
             const bool written = i >= static_cast<size_t>(row + 3) && i < static_cast<size_t>(2 * row);
@@ -298,7 +237,7 @@ TEST(DemosaicDispatch, FiveRowMethodOnTooFewRowsReadsNothingBelow)
     for (int h : {3, 4}) {
         Frame f;
         f.Source(KORVA_PIXTYPE_BAYRG8, 10, h, std::bind(Flat, 50));
-        f.Destination(KORVA_PIXTYPE_RGB8_PACKED, -1, 0);
+        f.Destination(KORVA_PIXTYPE_RGB8_PACKED);
         EXPECT_TRUE(f.Run(3)) << h;
         EXPECT_EQ(f.Untouched(), f.dst) << h;
     }

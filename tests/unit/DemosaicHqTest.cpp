@@ -1,28 +1,11 @@
 // The 5x5 demosaic, one row call at a time, on rows laid out by hand.
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "ImgProcConvDemosaic.h"
 #include "ImgProcConvDemosaic_HQBL.inl"
-#include "KorvaPixelFormats.h"
-#include "MemoryAccess.h"
 #include "PixelTypes.h"
+#include "TestFrames.h"
 
 namespace {
 
-struct Rgb {
-    int red, green, blue;
-    bool operator==(const Rgb& o) const { return red == o.red && green == o.green && blue == o.blue; }
-};
-
-std::ostream& operator<<(std::ostream& os, const Rgb& p)
-{
-    return os << "(" << p.red << ", " << p.green << ", " << p.blue << ")";
-}
+using namespace testframes;
 
 // Rows of the mosaic, each in its own allocation so that a read past a row's
 // end is caught, and the ring of five that the converter keeps: row r in
@@ -249,45 +232,18 @@ TEST_F(DemosaicHq, NothingIsWrittenWithoutAFullWindow)
 
 // A whole conversion: the converter's ring and the template together. Only
 // rows 2 to H - 3 and columns 2 to W - 6 are the method's own output.
-struct Conversion {
-    std::unique_ptr<CImgProc> proc{new CImgProc()};
-    std::vector<unsigned char> in, out;
-    int width, height;
-
-    Conversion(uint32_t from, uint32_t to, int w, int h, int bytesIn, int bytesOut)
-        : in(static_cast<size_t>(w * h * bytesIn)), out(static_cast<size_t>(w * h * bytesOut), 0xEE), width(w),
-          height(h)
-    {
-        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
-        Bind(proc->mMemSrc, in, from);
-        Bind(proc->mMemDst, out, to);
-        EXPECT_TRUE(proc->mConvDemosaic.SetType(KORVA_DEMOSAIC_HQ_BILINEAR));
-    }
-    void Bind(CMemoryAccess& view, std::vector<unsigned char>& buffer, uint32_t code)
-    {
-        view.miWidth = view.miRoiWidth = width;
-        view.miHeight = view.miRoiHeight = height;
-        view.SetPixelFormat(code, &proc->mPixelFormatMap[code]);
-        const int32_t length = static_cast<int32_t>(buffer.size());
-        view.SetBasePointer(buffer.data(), length);
-        EXPECT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), length, 0, length));
-    }
-};
-
 // Symmetric kernels reproduce a linear field: each written pixel repeats the
 // sample at its own place, which pins the window's centre and the ring.
 TEST(DemosaicHqConversion, RampLandsWhereItCameFrom)
 {
-    Conversion c(KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PACKED, 11, 8, 1, 3);
-    for (int y = 0; y < c.height; ++y)
-        for (int x = 0; x < c.width; ++x)
-            c.in[static_cast<size_t>(y * c.width + x)] = static_cast<unsigned char>(20 + 10 * x + 15 * y);
-    ASSERT_TRUE(c.proc->mConvDemosaic.Convert());
+    const auto ramp = [](int x, int y) { return 20 + 10 * x + 15 * y; };
+    ConvFrame c;
+    c.Source(KORVA_PIXTYPE_BAYRG8, 11, 8, ramp);
+    c.Destination(KORVA_PIXTYPE_RGB8_PACKED);
+    ASSERT_TRUE(c.Run(KORVA_DEMOSAIC_HQ_BILINEAR));
     for (int y = 2; y <= c.height - 3; ++y)
         for (int x = 2; x <= c.width - 6; ++x)
-            for (int s = 0; s < 3; ++s)
-                EXPECT_EQ(20 + 10 * x + 15 * y, c.out[static_cast<size_t>((y * c.width + x) * 3 + s)])
-                    << x << " " << y;
+            EXPECT_EQ((Rgb{ramp(x, y), ramp(x, y), ramp(x, y)}), c.At(x, y)) << x << " " << y;
 }
 
 }  // namespace

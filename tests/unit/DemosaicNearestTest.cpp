@@ -1,65 +1,22 @@
 // Nearest-neighbour demosaic through the converter, on small mosaics worked
 // out by hand: the two-row lag, the carried values, the red/blue exchange of
 // GR and BG sources and the border repair.
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
-#include "MemoryAccess.h"
-#include "PixelFormatNode.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
-const unsigned char kUntouched = 0xEE;
-
-struct Rgb {
-    int red, green, blue;
-    bool operator==(const Rgb& o) const { return red == o.red && green == o.green && blue == o.blue; }
-};
-
-std::ostream& operator<<(std::ostream& os, const Rgb& p)
-{
-    return os << "(" << p.red << ", " << p.green << ", " << p.blue << ")";
-}
+using namespace testframes;
 
 // An 8-bit mosaic with sample 10 * y + x + 1 converted to RGB8 with identity
-// tables, in test-owned buffers of a full width `fullWidth`; both regions are
-// `width` by `height` at the origin.
-struct Frame {
-    std::unique_ptr<CImgProc> proc{new CImgProc()};
-    Bytes src, dst;
-    int full;
-
-    Frame(uint32_t format, int fullWidth, int width, int height)
-        : full(fullWidth)
+// tables, in buffers of a full width `fullWidth`; both regions are `width`
+// by `height` at the origin.
+struct Frame : ConvFrame {
+    Frame(uint32_t format, int fullWidth, int w, int h)
     {
-        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
-        src.resize(static_cast<size_t>(fullWidth * height));
-        for (size_t i = 0; i < src.size(); ++i)
-            src[i] = static_cast<unsigned char>(10 * (i / fullWidth) + i % fullWidth + 1);
-        dst.assign(static_cast<size_t>(3 * fullWidth * height), kUntouched);
-        Attach(proc->mMemSrc, src, format, width, height);
-        Attach(proc->mMemDst, dst, KORVA_PIXTYPE_RGB8_PACKED, width, height);
-    }
-    void Attach(CMemoryAccess& v, Bytes& buf, uint32_t format, int width, int height)
-    {
-        v.miWidth = full;
-        v.miHeight = height;
-        v.SetPixelFormat(format, &proc->mPixelFormatMap[format]);
-        v.SetBasePointer(buf.data(), static_cast<int32_t>(buf.size()));
-        ASSERT_EQ(RESULT_OK, v.setChunkOfData(KORVA_CHUNK_IMAGE, buf.data(), static_cast<int32_t>(buf.size()), 0,
-                                              static_cast<int32_t>(buf.size())));
-        ASSERT_TRUE(v.SetROI(0, 0, width, height));
-    }
-    Rgb At(int x, int y) const
-    {
-        const size_t i = static_cast<size_t>(3 * (y * full + x));
-        return {dst[i], dst[i + 1], dst[i + 2]};
+        Source(format, fullWidth, h, [](int x, int y) { return 10 * y + x + 1; });
+        Destination(KORVA_PIXTYPE_RGB8_PACKED);
+        EXPECT_TRUE(proc->mMemSrc.SetROI(0, 0, w, h));
+        EXPECT_TRUE(proc->mMemDst.SetROI(0, 0, w, h));
     }
 };
 

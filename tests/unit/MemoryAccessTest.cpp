@@ -7,6 +7,7 @@
 #include "KorvaPixelFormats.h"
 #include "MemoryAccess.h"
 #include "PixelFormatNode.h"
+#include "TestFrames.h"
 
 namespace {
 
@@ -17,16 +18,7 @@ uintptr_t Addr(const unsigned char* p) {
 // A view on `buffer` with a whole-buffer image chunk and the given format.
 void Prepare(CMemoryAccess& view, std::vector<unsigned char>& buffer, int32_t width, int32_t height, uint32_t format,
              double factor) {
-    sPixelFormatNode node;
-    node.miFormatBppEff = 8;
-    node.miFormatBpp = 8;
-    node.mdFormatBytePerPixel = factor;
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.SetPixelFormat(format, &node);
-    const int32_t length = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), length);
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), length, 0, length));
+    testframes::Bind(view, buffer, width, height, {format, factor, 8});
 }
 
 TEST(MemoryAccessTest, SetRoiAcceptsOnlyRegionsInsideTheImage) {

@@ -1,50 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <initializer_list>
-#include <memory>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
+using namespace testframes;
 
-const unsigned char E = 0xEE;  // a destination byte the converter must not touch
-
-// Little-endian 16-bit words as bytes, the host's order.
-Bytes Words(std::initializer_list<unsigned> words)
-{
-    Bytes b;
-    for (unsigned w : words) {
-        b.push_back(static_cast<unsigned char>(w & 0xFF));
-        b.push_back(static_cast<unsigned char>(w >> 8));
-    }
-    return b;
-}
-
-std::unique_ptr<CImgProc> MakeImage()
-{
-    std::unique_ptr<CImgProc> image(new CImgProc());
-    image->miBufferType = KORVA_BUFFER_EXTERNAL;  // the test owns the buffers
-    return image;
-}
-
-// Gives a view the test's buffer, an image chunk over `chunkLength` bytes (the
-// whole buffer when negative) and the catalogue's record of `code`.
-void Bind(CImgProc& proc, CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, uint32_t code,
-          int32_t chunkLength = -1)
-{
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.SetPixelFormat(code, &proc.mPixelFormatMap[code]);
-    const int32_t length = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), length);
-    const int32_t chunk = chunkLength < 0 ? length : chunkLength;
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), chunk, 0, chunk));
-}
+const unsigned char E = kUntouched;
 
 struct Case {
     const char* what;

@@ -1,72 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
+using namespace testframes;
 
-const unsigned char E = 0xEE;  // destination byte the run must not touch
-
-struct Format {
-    uint32_t code;
-    double factor;
-    int32_t bppEff;
-};
-
-const Format kPlanar8 = {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 8};
-const Format kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10};
-const Format kPlanar12 = {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 12};
-const Format kPlanar16 = {KORVA_PIXTYPE_RGB16_PLANAR, 6.0, 16};
-
-void Prepare(CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, const Format& f, int32_t chunk = 0)
-{
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.miPixelFormat = f.code;
-    view.mdBytePerPixel = f.factor;
-    view.miBppEff = f.bppEff;
-    const int32_t size = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), size);
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), chunk ? chunk : size, 0, size));
-}
-
-Bytes Words(std::initializer_list<unsigned> words)
-{
-    Bytes b;
-    for (unsigned w : words) {
-        b.push_back(static_cast<unsigned char>(w & 0xFF));
-        b.push_back(static_cast<unsigned char>(w >> 8));
-    }
-    return b;
-}
-
-std::string RegexEscape(const std::string& s)
-{
-    std::string out;
-    for (char c : s) {
-        if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos)
-            out += '\\';
-        out += c;
-    }
-    return out;
-}
+const unsigned char E = kUntouched;
 
 class PlanarConverterTest : public ::testing::Test {
 protected:
-    void SetUp() override { NewImage(); }
-    void NewImage()
-    {
-        proc.reset(new CImgProc());
-        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
-    }
-    std::unique_ptr<CImgProc> proc;
+    std::unique_ptr<CImgProc> proc = MakeImage();
 };
 
 // 2x1 frames: planes of two samples each, red, green, blue.
@@ -87,11 +29,11 @@ TEST_F(PlanarConverterTest, DeepPlanesAreLoweredByTheTables)
          {E, E, E, E, E, E}},
     };
     for (const Case& c : cases) {
-        NewImage();
+        proc = MakeImage();
         Bytes src = c.source;
         Bytes dst(c.expected.size(), E);
-        Prepare(proc->mMemSrc, src, 2, 1, c.src);
-        Prepare(proc->mMemDst, dst, 2, 1, c.dst);
+        Bind(proc->mMemSrc, src, 2, 1, c.src);
+        Bind(proc->mMemDst, dst, 2, 1, c.dst);
         EXPECT_TRUE(proc->mConvRGBPlanar.Convert()) << c.what;
         EXPECT_EQ(c.expected, dst) << c.what;
     }
@@ -101,8 +43,8 @@ TEST_F(PlanarConverterTest, PlaneKUsesTableK)
 {
     Bytes src = {1, 2, 3, 4, 5, 6};
     Bytes dst(6, E);
-    Prepare(proc->mMemSrc, src, 2, 1, kPlanar8);
-    Prepare(proc->mMemDst, dst, 2, 1, kPlanar8);
+    Bind(proc->mMemSrc, src, 2, 1, kPlanar8);
+    Bind(proc->mMemDst, dst, 2, 1, kPlanar8);
     proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     for (unsigned v = 0; v < 256; ++v) {
         proc->mpLUT[0][v] = static_cast<uint16_t>(v + 0x110);  // low byte kept
@@ -120,8 +62,8 @@ TEST_F(PlanarConverterTest, RegionAppliesToEachPlane)
     for (size_t i = 0; i < src.size(); ++i)
         src[i] = static_cast<unsigned char>(i + 1);
     Bytes dst(12, E);
-    Prepare(proc->mMemSrc, src, 3, 2, kPlanar8);
-    Prepare(proc->mMemDst, dst, 2, 2, kPlanar8);
+    Bind(proc->mMemSrc, src, 3, 2, kPlanar8);
+    Bind(proc->mMemDst, dst, 2, 2, kPlanar8);
     ASSERT_TRUE(proc->mMemSrc.SetROI(1, 1, 2, 1));
     ASSERT_TRUE(proc->mMemDst.SetROI(0, 1, 2, 1));
     EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
@@ -134,8 +76,8 @@ TEST_F(PlanarConverterTest, MissingPlaneStopsBeforeTheRowIsWritten)
     // row 1 is left whole in every plane.
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     Bytes dst(12, E);
-    Prepare(proc->mMemSrc, src, 2, 2, kPlanar8);
-    Prepare(proc->mMemDst, dst, 2, 2, kPlanar8, 9);
+    Bind(proc->mMemSrc, src, 2, 2, kPlanar8);
+    Bind(proc->mMemDst, dst, 2, 2, kPlanar8, 9);
     EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
     EXPECT_EQ((Bytes{1, 2, E, E, 5, 6, E, E, 9, 10, E, E}), dst);
 }
@@ -143,21 +85,20 @@ TEST_F(PlanarConverterTest, MissingPlaneStopsBeforeTheRowIsWritten)
 TEST_F(PlanarConverterTest, OtherFormatsAreAFault)
 {
     Bytes src(12), dst(12);
-    Prepare(proc->mMemSrc, src, 1, 1, kPlanar10);
-    Prepare(proc->mMemDst, dst, 1, 1, kPlanar10);
+    Bind(proc->mMemSrc, src, 1, 1, kPlanar10);
+    Bind(proc->mMemDst, dst, 1, 1, kPlanar10);
+    const std::string function = "virtual bool CImgProcConvRGBPlanar::OnConvert()";
     EXPECT_DEATH(proc->mConvRGBPlanar.Convert(),
-                 RegexEscape("virtual bool CImgProcConvRGBPlanar::OnConvert(): Assertion "
-                             "`mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0021)' failed."));
+                 AssertionPattern("ImgProcConvRGB", function, "mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0021)"));
 
-    Prepare(proc->mMemSrc, src, 1, 1, {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8});
-    Prepare(proc->mMemDst, dst, 1, 1, kPlanar8);
+    Bind(proc->mMemSrc, src, 1, 1, kRgb8);
+    Bind(proc->mMemDst, dst, 1, 1, kPlanar8);
     EXPECT_DEATH(proc->mConvRGBPlanar.Convert(),
-                 "ImgProcConvRGB:[0-9]+: " +
-                     RegexEscape("virtual bool CImgProcConvRGBPlanar::OnConvert(): Assertion "
-                                 "`mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0021) || "
-                                 "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0022) || "
-                                 "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0023) || "
-                                 "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0024)' failed."));
+                 AssertionPattern("ImgProcConvRGB", function,
+                                  "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0021) || "
+                                  "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0022) || "
+                                  "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0023) || "
+                                  "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0024)"));
 }
 
 }  // namespace

@@ -1,74 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
+using namespace testframes;
 
-const unsigned char E = 0xEE;  // destination byte the run must not touch
-
-struct Format {
-    uint32_t code;
-    double factor;
-    int32_t bppEff;
-};
-
-const Format kRgb8 = {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8};
-const Format kBgr8 = {KORVA_PIXTYPE_BGR8_PACKED, 3.0, 8};
-const Format kRgba8 = {KORVA_PIXTYPE_RGBA8_PACKED, 4.0, 8};
-const Format kBgra8 = {KORVA_PIXTYPE_BGRA8_PACKED, 4.0, 8};
-const Format kRgb10 = {KORVA_PIXTYPE_RGB10_PACKED, 6.0, 10};
-const Format kBgr10 = {KORVA_PIXTYPE_BGR10_PACKED, 6.0, 10};
-const Format kRgb12 = {KORVA_PIXTYPE_RGB12_PACKED, 6.0, 12};
-const Format kBgr12 = {KORVA_PIXTYPE_BGR12_PACKED, 6.0, 12};
-const Format kMono8 = {KORVA_PIXTYPE_MONO8, 1.0, 8};
-const Format kMono10 = {KORVA_PIXTYPE_MONO10, 2.0, 10};
-const Format kMono16 = {KORVA_PIXTYPE_MONO16, 2.0, 16};
-const Format kPlanar8 = {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 8};
-const Format kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10};
-const Format kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8};
-
-// Gives a view a buffer whose image chunk spans `chunk` bytes (all by default).
-void Prepare(CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, const Format& f, int32_t chunk = 0)
-{
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.miPixelFormat = f.code;
-    view.mdBytePerPixel = f.factor;
-    view.miBppEff = f.bppEff;
-    const int32_t size = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), size);
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), chunk ? chunk : size, 0, size));
-}
-
-// Little-endian 16-bit samples as the frame holds them.
-Bytes Words(std::initializer_list<unsigned> words)
-{
-    Bytes b;
-    for (unsigned w : words) {
-        b.push_back(static_cast<unsigned char>(w & 0xFF));
-        b.push_back(static_cast<unsigned char>(w >> 8));
-    }
-    return b;
-}
-
-std::string RegexEscape(const std::string& s)
-{
-    std::string out;
-    for (char c : s) {
-        if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos)
-            out += '\\';
-        out += c;
-    }
-    return out;
-}
+const unsigned char E = kUntouched;
 
 struct Case {
     const char* what;
@@ -80,23 +16,17 @@ struct Case {
 
 class RgbConverterTest : public ::testing::Test {
 protected:
-    void SetUp() override { NewImage(); }
-    void NewImage()
-    {
-        proc.reset(new CImgProc());
-        proc->miBufferType = KORVA_BUFFER_EXTERNAL;
-    }
     void Run(const Case& c)
     {
-        NewImage();
+        proc = MakeImage();
         Bytes src = c.source;
         Bytes dst(c.expected.size(), E);
-        Prepare(proc->mMemSrc, src, c.width, 1, c.src);
-        Prepare(proc->mMemDst, dst, c.width, 1, c.dst);
+        Bind(proc->mMemSrc, src, c.width, 1, c.src);
+        Bind(proc->mMemDst, dst, c.width, 1, c.dst);
         EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
         EXPECT_EQ(c.expected, dst) << c.what;
     }
-    std::unique_ptr<CImgProc> proc;
+    std::unique_ptr<CImgProc> proc = MakeImage();
 };
 
 TEST_F(RgbConverterTest, EveryBranchOnOneRow)
@@ -170,11 +100,11 @@ TEST_F(RgbConverterTest, EachMemoryPositionUsesItsOwnTable)
         {"words to bytes keep low bytes", kBgr10, kRgb8, Words({1, 2, 3}), {33, 22, 11}},
     };
     for (const Poked& c : cases) {
-        NewImage();
+        proc = MakeImage();
         Bytes src = c.source;
         Bytes dst(c.expected.size(), E);
-        Prepare(proc->mMemSrc, src, 1, 1, c.src);
-        Prepare(proc->mMemDst, dst, 1, 1, c.dst);
+        Bind(proc->mMemSrc, src, 1, 1, c.src);
+        Bind(proc->mMemDst, dst, 1, 1, c.dst);
         proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
         for (unsigned v = 0; v < 256; ++v) {
             proc->mpLUT[0][v] = static_cast<uint16_t>(v + 10 + (v == 1 ? 1000 : 0));
@@ -197,8 +127,8 @@ TEST_F(RgbConverterTest, PlanarDestinationUsesRegionPitchTimesHeight)
     // from each row start, not 6, so later rows overwrite earlier planes.
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
     Bytes dst(18, E);
-    Prepare(proc->mMemSrc, src, 2, 2, kRgb8);
-    Prepare(proc->mMemDst, dst, 3, 2, kPlanar8);
+    Bind(proc->mMemSrc, src, 2, 2, kRgb8);
+    Bind(proc->mMemDst, dst, 3, 2, kPlanar8);
     ASSERT_TRUE(proc->mMemDst.SetROI(1, 0, 2, 2));
     EXPECT_TRUE(proc->mConvRGB.Convert());
     EXPECT_EQ((Bytes{E, 3, 6, E, 9, 12, 5, E, 8, 11, 4, E, 7, 10, E, E, E, E}), dst);
@@ -209,8 +139,8 @@ TEST_F(RgbConverterTest, RegionsAndTheRowEnds)
     // 1x2 region at (1, 0) of a 3x2 source into column 2 of a 3x2 destination.
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
     Bytes dst(24, E);
-    Prepare(proc->mMemSrc, src, 3, 2, kRgb8);
-    Prepare(proc->mMemDst, dst, 3, 2, kBgra8);
+    Bind(proc->mMemSrc, src, 3, 2, kRgb8);
+    Bind(proc->mMemDst, dst, 3, 2, kBgra8);
     ASSERT_TRUE(proc->mMemSrc.SetROI(1, 0, 1, 2));
     ASSERT_TRUE(proc->mMemDst.SetROI(2, 0, 1, 2));
     EXPECT_TRUE(proc->mConvRGB.Convert());
@@ -222,8 +152,8 @@ TEST_F(RgbConverterTest, NullRowStopsAndKeepsEarlierRows)
     // A chunk of 5 bytes still places row 1 (offset 3), not row 2 (offset 6).
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     Bytes dst(9, E);
-    Prepare(proc->mMemSrc, src, 1, 3, kRgb8);
-    Prepare(proc->mMemDst, dst, 1, 3, kRgb8, 5);
+    Bind(proc->mMemSrc, src, 1, 3, kRgb8);
+    Bind(proc->mMemDst, dst, 1, 3, kRgb8, 5);
     EXPECT_TRUE(proc->mConvRGB.Convert());
     EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6, E, E, E}), dst);
 }
@@ -233,8 +163,8 @@ TEST_F(RgbConverterTest, EffectiveDepthDecidesTheElementWidth)
     // An rgb8 source claiming 9 bits is read as words.
     Bytes src = {10, 0, 20, 0, 30, 0};
     Bytes dst(3, E);
-    Prepare(proc->mMemSrc, src, 1, 1, {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 9});
-    Prepare(proc->mMemDst, dst, 1, 1, kRgb8);
+    Bind(proc->mMemSrc, src, 1, 1, {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 9});
+    Bind(proc->mMemDst, dst, 1, 1, kRgb8);
     EXPECT_TRUE(proc->mConvRGB.Convert());
     EXPECT_EQ((Bytes{10, 20, 30}), dst);
 }
@@ -242,18 +172,18 @@ TEST_F(RgbConverterTest, EffectiveDepthDecidesTheElementWidth)
 TEST_F(RgbConverterTest, OtherSourcesAreAFault)
 {
     Bytes src(4), dst(4);
-    Prepare(proc->mMemSrc, src, 1, 1, kMono8);
-    Prepare(proc->mMemDst, dst, 1, 1, kRgb8);
-    const std::string text =
-        "ImgProcConvRGB:[0-9]+: " + RegexEscape("virtual bool CImgProcConvRGB::OnConvert(): Assertion `") +
-        RegexEscape("mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0014) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0015) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0016) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0017) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0018) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0019) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001A) || "
-                    "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001B)' failed.");
+    Bind(proc->mMemSrc, src, 1, 1, kMono8);
+    Bind(proc->mMemDst, dst, 1, 1, kRgb8);
+    const std::string text = AssertionPattern(
+        "ImgProcConvRGB", "virtual bool CImgProcConvRGB::OnConvert()",
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0014) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0015) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0016) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00200000 | 0x0017) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0018) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x0019) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001A) || "
+        "mpMemSrc->miPixelFormat == (0x02000000 | 0x00300000 | 0x001B)");
     EXPECT_DEATH(proc->mConvRGB.Convert(), text);
 }
 

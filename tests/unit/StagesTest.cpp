@@ -9,6 +9,7 @@
 #include "ImgProcConvFilter.h"
 #include "ImgProcConvScale.h"
 #include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
@@ -22,14 +23,20 @@ KORVA_ImageFilter Filter(int value)
     return static_cast<KORVA_ImageFilter>(value);
 }
 
+// The stage's type, divisor and kernel size.
+void ExpectStage(const CImgProcConvFilter& filter, int type, int divisor, int width, int height)
+{
+    EXPECT_EQ(type, filter.miFilterType);
+    EXPECT_EQ(divisor, filter.miMatrixDiv);
+    EXPECT_EQ(width, filter.miMatrixWidth);
+    EXPECT_EQ(height, filter.miMatrixHeight);
+}
+
 TEST(ConvFilter, FreshStageHoldsNoKernel)
 {
     CImgProcConvFilter filter;
-    EXPECT_EQ(-1, filter.miFilterType);
+    ExpectStage(filter, -1, 1, 0, 0);
     EXPECT_EQ(nullptr, filter.mpMatrix);
-    EXPECT_EQ(1, filter.miMatrixDiv);
-    EXPECT_EQ(0, filter.miMatrixWidth);
-    EXPECT_EQ(0, filter.miMatrixHeight);
     EXPECT_EQ(nullptr, filter.mpRows);
     EXPECT_EQ(nullptr, filter.mpSums);
     EXPECT_FALSE(filter.OnConvert());
@@ -53,10 +60,7 @@ TEST(ConvFilter, BuiltInKernelsOnAFreshStage)
         // Neither the matrix nor the divisor of the caller is read.
         int own[25] = {7};
         ASSERT_TRUE(filter.SetParameter(Filter(c.filter), own, 3, c.size, c.size)) << c.filter;
-        EXPECT_EQ(c.filter, filter.miFilterType);
-        EXPECT_EQ(c.divisor, filter.miMatrixDiv);
-        EXPECT_EQ(c.size, filter.miMatrixWidth);
-        EXPECT_EQ(c.size, filter.miMatrixHeight);
+        ExpectStage(filter, c.filter, c.divisor, c.size, c.size);
         ASSERT_NE(nullptr, filter.mpMatrix);
         EXPECT_NE(nullptr, filter.mpRows);
         EXPECT_NE(nullptr, filter.mpSums);
@@ -69,10 +73,7 @@ TEST(ConvFilter, ConstructorCallKeepsKernelButNotItsSize)
     CImgProcConvFilter filter;
     EXPECT_TRUE(filter.SetParameter(Filter(1), nullptr, 0, 0, 0));
     EXPECT_NE(nullptr, filter.mpMatrix);
-    EXPECT_EQ(9, filter.miMatrixDiv);
-    EXPECT_EQ(1, filter.miFilterType);
-    EXPECT_EQ(0, filter.miMatrixWidth);
-    EXPECT_EQ(0, filter.miMatrixHeight);
+    ExpectStage(filter, 1, 9, 0, 0);
 }
 
 TEST(ConvFilter, RepeatedCallAllocatesEmptyKernelSafely)
@@ -83,12 +84,9 @@ TEST(ConvFilter, RepeatedCallAllocatesEmptyKernelSafely)
     ASSERT_TRUE(filter.SetParameter(Filter(3), nullptr, 0, 3, 3));
     EXPECT_EQ(kLaplace3, std::vector<int32_t>(filter.mpMatrix, filter.mpMatrix + 9));
     EXPECT_TRUE(filter.SetParameter(Filter(3), nullptr, 0, 3, 3));
-    EXPECT_EQ(3, filter.miMatrixWidth);
-    EXPECT_EQ(3, filter.miMatrixHeight);
-    EXPECT_EQ(1, filter.miMatrixDiv);
+    ExpectStage(filter, 3, 1, 3, 3);
     EXPECT_TRUE(filter.SetParameter(Filter(2), nullptr, 0, 5, 5));
-    EXPECT_EQ(25, filter.miMatrixDiv);
-    EXPECT_EQ(2, filter.miFilterType);
+    ExpectStage(filter, 2, 25, 5, 5);
 }
 
 TEST(ConvFilter, CallerSizeLargerThanKernelStaysInBounds)
@@ -110,10 +108,7 @@ TEST(ConvFilter, RefusedValuesChangeNothing)
         const int32_t* matrix = filter.mpMatrix;
         EXPECT_FALSE(filter.SetParameter(Filter(value), nullptr, 0, 3, 3)) << value;
         EXPECT_EQ(matrix, filter.mpMatrix);
-        EXPECT_EQ(2, filter.miFilterType);
-        EXPECT_EQ(25, filter.miMatrixDiv);
-        EXPECT_EQ(5, filter.miMatrixWidth);
-        EXPECT_EQ(5, filter.miMatrixHeight);
+        ExpectStage(filter, 2, 25, 5, 5);
     }
 }
 
@@ -125,10 +120,7 @@ TEST(ConvFilter, CallerKernelOnlyChangesTheSize)
     int own[12] = {};
     EXPECT_FALSE(filter.SetParameter(Filter(5), own, 4, 4, 3));
     EXPECT_EQ(matrix, filter.mpMatrix);
-    EXPECT_EQ(3, filter.miFilterType);
-    EXPECT_EQ(1, filter.miMatrixDiv);
-    EXPECT_EQ(4, filter.miMatrixWidth);
-    EXPECT_EQ(3, filter.miMatrixHeight);
+    ExpectStage(filter, 3, 1, 4, 3);
 
     CImgProcConvFilter fresh;
     EXPECT_FALSE(fresh.SetParameter(Filter(5), nullptr, 0, 0, 0));
@@ -144,17 +136,14 @@ TEST(ConvFilter, FreeClearsSizesOnlyWithAKernel)
     EXPECT_EQ(nullptr, filter.mpMatrix);
     EXPECT_EQ(nullptr, filter.mpRows);
     EXPECT_EQ(nullptr, filter.mpSums);
-    EXPECT_EQ(0, filter.miMatrixWidth);
-    EXPECT_EQ(0, filter.miMatrixHeight);
-    EXPECT_EQ(4, filter.miFilterType);
+    ExpectStage(filter, 4, 1, 0, 0);
     filter.Free();
 
     // Without a kernel the sizes a caller left stay.
     CImgProcConvFilter sized;
     sized.SetParameter(Filter(5), nullptr, 0, 4, 6);
     sized.Free();
-    EXPECT_EQ(4, sized.miMatrixWidth);
-    EXPECT_EQ(6, sized.miMatrixHeight);
+    ExpectStage(sized, -1, 1, 4, 6);
 }
 
 TEST(ConvScale, SetParameterAcceptsOneToSix)
@@ -175,16 +164,9 @@ TEST(ConvScale, SetParameterAcceptsOneToSix)
 // An 8 x 4 MONO8 view over `buffer`, with the image chunk covering it.
 void PrepareView(CMemoryAccess& view, std::vector<unsigned char>& buffer)
 {
-    view.miWidth = view.miRoiWidth = 8;
-    view.miHeight = view.miRoiHeight = 4;
-    view.miPixelFormat = KORVA_PIXTYPE_MONO8;
-    view.miBppEff = 8;
+    testframes::Bind(view, buffer, 8, 4, testframes::kMono8);
     view.miBpp = 8;
-    view.mdBytePerPixel = 1.0;
     view.miCanals = 1;
-    const int32_t length = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), length);
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), length, 0, length));
 }
 
 TEST(ConvScale, ConvertChecksThenComputesNothing)
@@ -197,9 +179,7 @@ TEST(ConvScale, ConvertChecksThenComputesNothing)
         {kNone, true}, {kNoSourceImage, false}, {kNoDestinationImage, false}, {kOtherFormat, false}, {kNoCanals, false},
     };
     for (const auto& c : cases) {
-        auto image = std::make_unique<CImgProc>();
-        // The buffers are the test's, so the object must not release them.
-        image->miBufferType = KORVA_BUFFER_EXTERNAL;
+        auto image = testframes::MakeImage();
         std::vector<unsigned char> src(32), dst(32, 0x5A);
         for (size_t i = 0; i < src.size(); ++i)
             src[i] = static_cast<unsigned char>(i * 7);

@@ -8,6 +8,7 @@
 
 #include "AverageHistogram.h"
 #include "ImgProc.h"
+#include "TestFrames.h"
 
 namespace {
 
@@ -104,17 +105,7 @@ TEST(StatisticsReduction, ThresholdsInSinglePrecision)
 // host does it.
 std::unique_ptr<CImgProc> FlatFrame(int format, int width, int height, const std::vector<unsigned char>& pattern)
 {
-    auto image = std::make_unique<CImgProc>();
-    image->setSize(width, height);
-    image->setPixelFormat(format);
-    const int size = image->CalculateImageSize(format, width, height);
-    EXPECT_EQ(image->allocateBuffer(size), RESULT_OK);
-    unsigned char* base = nullptr;
-    image->getBuffer(&base);
-    for (int i = 0; i < size; ++i)
-        base[i] = pattern[i % pattern.size()];
-    image->setChunkOfData(KORVA_CHUNK_IMAGE, base, size, 0, size);
-    return image;
+    return testframes::MakeFrame(format, width, height, [&](int i) { return pattern[i % pattern.size()]; });
 }
 
 TEST(Statistics, FlatFramesOfEveryFamily)

@@ -21,6 +21,15 @@ void SetFormats(CImgProc& image, uint32_t srcFormat, int32_t srcBpp, uint32_t ds
     image.mMemDst.miBppEff = dstBpp;
 }
 
+std::unique_ptr<CImgProc> Image(uint32_t srcFormat, int32_t srcBpp, uint32_t dstFormat, int32_t dstBpp)
+{
+    auto image = std::make_unique<CImgProc>();
+    SetFormats(*image, srcFormat, srcBpp, dstFormat, dstBpp);
+    return image;
+}
+
+const uint32_t M8 = KORVA_PIXTYPE_MONO8;
+
 void FillTables(CImgProc& image, uint16_t value)
 {
     for (auto& row : image.mLutData)
@@ -63,8 +72,7 @@ TEST(ToneTable, EntriesFollowDepthsAndGains)
         {8, 8, 0.5, 255, 127},
     };
     for (const Case& c : cases) {
-        auto image = std::make_unique<CImgProc>();
-        SetFormats(*image, KORVA_PIXTYPE_MONO12, c.srcBpp, KORVA_PIXTYPE_MONO8, c.dstBpp);
+        auto image = Image(KORVA_PIXTYPE_MONO12, c.srcBpp, M8, c.dstBpp);
         image->createLookUpTables(c.gain, c.gain, c.gain, 1.0);
         for (int t = 0; t < 3; ++t)
             EXPECT_EQ(c.expected, image->mpLUT[t][c.index])
@@ -74,8 +82,7 @@ TEST(ToneTable, EntriesFollowDepthsAndGains)
 
 TEST(ToneTable, EqualDepthWithUnitGainIsIdentity)
 {
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_MONO8, 8, KORVA_PIXTYPE_MONO8, 8);
+    auto image = Image(M8, 8, M8, 8);
     image->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     for (int t = 0; t < 3; ++t)
         for (int i = 0; i <= 255; ++i)
@@ -84,8 +91,7 @@ TEST(ToneTable, EqualDepthWithUnitGainIsIdentity)
 
 TEST(ToneTable, EachColourUsesItsOwnGain)
 {
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_MONO8, 8, KORVA_PIXTYPE_MONO8, 8);
+    auto image = Image(M8, 8, M8, 8);
     image->createLookUpTables(2.0, 1.0, 0.5, 1.0);
     EXPECT_EQ(image->mpLUT[0], image->mLutData[0]);
     EXPECT_EQ(image->mpLUT[2], image->mLutData[2]);
@@ -97,8 +103,7 @@ TEST(ToneTable, EachColourUsesItsOwnGain)
 
 TEST(ToneTable, GammaOtherThanOneShapesTheCurve)
 {
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_MONO8, 8, KORVA_PIXTYPE_MONO8, 8);
+    auto image = Image(M8, 8, M8, 8);
     image->createLookUpTables(1.0, 1.0, 1.0, 2.0);
     EXPECT_EQ(0, image->mpLUT[0][0]);
     EXPECT_EQ(64, image->mpLUT[0][128]);  // 128 * 128 / 255 = 64.25, + 0.5
@@ -107,9 +112,8 @@ TEST(ToneTable, GammaOtherThanOneShapesTheCurve)
 
 TEST(ToneTable, EntriesAboveTheSourceRangeAreNotWritten)
 {
-    auto image = std::make_unique<CImgProc>();
+    auto image = Image(KORVA_PIXTYPE_MONO10, 10, KORVA_PIXTYPE_MONO16, 16);
     FillTables(*image, kUntouched);
-    SetFormats(*image, KORVA_PIXTYPE_MONO10, 10, KORVA_PIXTYPE_MONO16, 16);
     image->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     for (int t = 0; t < 3; ++t) {
         EXPECT_EQ(65535, image->mpLUT[t][1023]);
@@ -124,9 +128,8 @@ TEST(ToneTable, MissingFormatBuildsNothing)
         uint32_t src, dst;
     } cases[] = {{0, KORVA_PIXTYPE_MONO8}, {KORVA_PIXTYPE_MONO8, 0}, {0, 0}};
     for (const auto& c : cases) {
-        auto image = std::make_unique<CImgProc>();
+        auto image = Image(c.src, 8, c.dst, 8);
         FillTables(*image, kUntouched);
-        SetFormats(*image, c.src, 8, c.dst, 8);
         image->createLookUpTables(2.0, 2.0, 2.0, 1.0);
         EXPECT_EQ(-1, image->miLutSrcFormat);
         EXPECT_EQ(-1, image->miLutDstFormat);
@@ -137,8 +140,7 @@ TEST(ToneTable, MissingFormatBuildsNothing)
 
 TEST(ToneTable, KeyDecidesRebuildAndIgnoresGamma)
 {
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_MONO8, 8, KORVA_PIXTYPE_MONO8, 8);
+    auto image = Image(M8, 8, M8, 8);
     image->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     EXPECT_EQ(static_cast<int32_t>(KORVA_PIXTYPE_MONO8), image->miLutSrcFormat);
     EXPECT_EQ(static_cast<int32_t>(KORVA_PIXTYPE_MONO8), image->miLutDstFormat);
@@ -179,45 +181,36 @@ TEST(ToneTable, KeyDecidesRebuildAndIgnoresGamma)
     EXPECT_EQ(kUntouched, image->mpLUT[0][10]);
 }
 
-TEST(ToneTable, BalanceBuildsOnlyWhenChangedAndFormatsSet)
+// The colour balance entry points: factors are stored as given (no range
+// check) but the tables ignore them, and a build needs both formats; reading
+// the balance measures from a Bayer frame instead of returning the factors.
+TEST(ToneTable, BalanceIsStoredButTablesIgnoreIt)
 {
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_MONO8, 8, KORVA_PIXTYPE_MONO8, 8);
+    auto image = Image(M8, 8, M8, 8);
     EXPECT_EQ(RESULT_OK, image->setDemosaicColorBalance(1.0, 1.0, 1.0));
-    EXPECT_EQ(-1, image->miLutSrcFormat);
+    EXPECT_EQ(-1, image->miLutSrcFormat);  // nothing changed: no build
     EXPECT_EQ(-1, image->miLutDstFormat);
 
     auto unset = std::make_unique<CImgProc>();
     EXPECT_EQ(RESULT_OK, unset->setDemosaicColorBalance(2.0, 1.0, 1.0));
     EXPECT_EQ(2.0, unset->mdBalanceRed);
     EXPECT_EQ(-1, unset->miLutSrcFormat);
-}
 
-TEST(ToneTable, NewBalanceIsStoredButTablesIgnoreIt)
-{
-    auto image = std::make_unique<CImgProc>();
-    SetFormats(*image, KORVA_PIXTYPE_BAYRG8, 8, KORVA_PIXTYPE_RGB8_PACKED, 8);
+    image = Image(KORVA_PIXTYPE_BAYRG8, 8, KORVA_PIXTYPE_RGB8_PACKED, 8);
     EXPECT_EQ(RESULT_OK, image->setDemosaicColorBalance(2.0, 1.0, 1.0));
     EXPECT_EQ(2.0, image->mdBalanceRed);
     EXPECT_EQ(1.0, image->mdBalanceGreen);
     EXPECT_EQ(static_cast<int32_t>(KORVA_PIXTYPE_BAYRG8), image->miLutSrcFormat);
     EXPECT_EQ(1.0, image->mdLutGain[0]);
     EXPECT_EQ(100, image->mpLUT[0][100]);
-
-    // No range check: zero and negative factors are kept as given.
     EXPECT_EQ(RESULT_OK, image->setDemosaicColorBalance(0.0, -1.0, 3.0));
     EXPECT_EQ(0.0, image->mdBalanceRed);
     EXPECT_EQ(-1.0, image->mdBalanceGreen);
     EXPECT_EQ(3.0, image->mdBalanceBlue);
-}
 
-TEST(ToneTable, GetBalanceMeasuresInsteadOfReturningStoredFactors)
-{
-    auto image = std::make_unique<CImgProc>();
-    EXPECT_EQ(RESULT_OK, image->setDemosaicColorBalance(2.0, 3.0, 4.0));
+    // No Bayer frame to measure from: the outputs stay.
     double red = -5.0, green = -5.0, blue = -5.0;
-    // No Bayer frame to measure from.
-    EXPECT_EQ(RESULT_FAIL, image->getDemosaicColorBalance(&red, &green, &blue));
+    EXPECT_EQ(RESULT_FAIL, unset->getDemosaicColorBalance(&red, &green, &blue));
     EXPECT_EQ(-5.0, red);
     EXPECT_EQ(-5.0, green);
     EXPECT_EQ(-5.0, blue);

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "ImgProc.h"
+#include "TestFrames.h"
 
 namespace {
 
@@ -36,16 +36,8 @@ Outcome RunJob(CImgProc& source, CImgProc& target, const Job& job, unsigned seed
     // A width that every layout fills completely, so no byte of the target
     // is left as the allocator gave it.
     const int width = 36, height = 21, header = 16;
-    source.setSize(width, height);
-    source.setPixelFormat(job.source_format);
-    const int size = source.CalculateImageSize(job.source_format, width, height);
-    source.allocateBuffer(header + size);
-    unsigned char* base = nullptr;
-    source.getBuffer(&base);
-    for (int i = 0; i < header + size; ++i)
-        base[i] = static_cast<unsigned char>((i * 131u + seed * 17u) >> 3);
-    source.setHeader(base, header);
-    source.setChunkOfData(KORVA_CHUNK_IMAGE, base + header, size, 0, size);
+    testframes::LayFrame(
+        source, job.source_format, width, height, [seed](int i) { return (i * 131u + seed * 17u) >> 3; }, header);
     source.setNumber(static_cast<int>(seed), 1);
     source.setState(KORVA_IMAGESTATE_OK);
     if (job.destination_format == 0)

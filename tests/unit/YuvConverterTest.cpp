@@ -1,39 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "ImgProc.h"
-#include "KorvaPixelFormats.h"
+#include "TestFrames.h"
 
 namespace {
 
-typedef std::vector<unsigned char> Bytes;
+using namespace testframes;
 
-const unsigned char E = 0xEE;  // a destination byte the converter must not touch
-
-std::unique_ptr<CImgProc> MakeImage()
-{
-    std::unique_ptr<CImgProc> image(new CImgProc());
-    image->miBufferType = KORVA_BUFFER_EXTERNAL;  // the test owns the buffers
-    return image;
-}
-
-// Gives a view the test's buffer, an image chunk of `chunkLength` bytes (the
-// whole buffer when negative) and the catalogue's record of `code`.
-void Bind(CImgProc& proc, CMemoryAccess& view, Bytes& buffer, int32_t width, int32_t height, uint32_t code,
-          int32_t chunkLength = -1)
-{
-    view.miWidth = view.miRoiWidth = width;
-    view.miHeight = view.miRoiHeight = height;
-    view.SetPixelFormat(code, &proc.mPixelFormatMap[code]);
-    const int32_t length = static_cast<int32_t>(buffer.size());
-    view.SetBasePointer(buffer.data(), length);
-    const int32_t chunk = chunkLength < 0 ? length : chunkLength;
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), chunk, 0, chunk));
-}
+const unsigned char E = kUntouched;
 
 // Hand-computed pixels with the identity table; chroma offset 127, 16.16
 // coefficients, arithmetic shifts without rounding term.
@@ -259,21 +230,9 @@ TEST(YuvConverter, RowPlacementAndMissingRows)
     EXPECT_EQ((Bytes{7, 8, E}), dst);  // row 1 sits exactly at the chunk's end
 }
 
-std::string Escaped(const std::string& text)
-{
-    std::string out;
-    for (char c : text) {
-        if (std::string("\\^$.|?*+()[]{}").find(c) != std::string::npos)
-            out += '\\';
-        out += c;
-    }
-    return out;
-}
-
 std::string AssertionPattern(const std::string& expression)
 {
-    return "ImgProcConvYUV:[0-9]+: " + Escaped("virtual bool CImgProcConvYUV::OnConvert(): Assertion `" + expression +
-                                               "' failed.");
+    return testframes::AssertionPattern("ImgProcConvYUV", "virtual bool CImgProcConvYUV::OnConvert()", expression);
 }
 
 TEST(YuvConverterDeathTest, UnsupportedFormatsStopTheProcess)
