@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "ImgProc.h"
+#include "KvMath.h"
 #include "MemoryAccess.h"
 
 namespace {
@@ -61,11 +62,6 @@ void CopyRow(const unsigned char* src, unsigned char* dst, int32_t count, int32_
 
 typedef void (*RowCopier)(const unsigned char*, unsigned char*, int32_t, int32_t);
 
-int32_t Wrap32(uint32_t v)
-{
-    return static_cast<int32_t>(v);
-}
-
 }  // namespace
 
 CImgProcConvCopy::CImgProcConvCopy() {}
@@ -90,14 +86,14 @@ bool CImgProcConvCopy::OnConvert()
     // 32 bits as everywhere in the addressing. It is the same for every row,
     // so an empty row means nothing at all to copy.
     const int32_t count =
-        Wrap32(static_cast<uint32_t>(mRectDst.Width()) * static_cast<uint32_t>(mpMemDst->miCanals));
+        KvWrap32(static_cast<uint32_t>(mRectDst.Width()) * static_cast<uint32_t>(mpMemDst->miCanals));
     if (count < 1)
         return true;
 
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
     for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, Wrap32(y), 0);
-        const int32_t dstY = Wrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
+        const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
+        const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
         // Equal regions make a missing row impossible after Convert's checks;
         // should one turn up anyway it is left alone rather than written

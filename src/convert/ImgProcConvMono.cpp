@@ -7,6 +7,7 @@
 #include "AverageHistogram.h"
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
+#include "KvMath.h"
 #include "MemoryAccess.h"
 
 namespace {
@@ -25,11 +26,6 @@ template <typename T>
 void StoreSample(unsigned char* p, T v)
 {
     std::memcpy(p, &v, sizeof v);
-}
-
-int32_t Wrap32(uint32_t v)
-{
-    return static_cast<int32_t>(v);
 }
 
 typedef void (*RowConverter)(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX,
@@ -168,9 +164,9 @@ bool CImgProcConvMono::OnConvert()
     const uint16_t* lut = mpImgProc->mpLUT[0];
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
     for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
-        const int32_t dstY = Wrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
+        const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, Wrap32(y), 0);
+        const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
         // A missing row ends the run; what was written stays and the run
         // still counts as done.
         if (dst == nullptr || src == nullptr)

@@ -7,6 +7,7 @@
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
 #include "KvAssert.h"
+#include "KvMath.h"
 #include "MemoryAccess.h"
 
 namespace {
@@ -213,11 +214,6 @@ RowConverter ColourRow(eYuvSource source)
     }
 }
 
-int32_t Wrap32(uint32_t v)
-{
-    return static_cast<int32_t>(v);
-}
-
 }  // namespace
 
 CImgProcConvYUV::CImgProcConvYUV() {}
@@ -283,7 +279,7 @@ bool CImgProcConvYUV::OnConvert()
     const uint16_t* lut = mpImgProc->mpLUT[0];
     // Rows are counted signed: an empty or inverted rectangle visits none.
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
-        const int32_t dstY = Wrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
+        const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
                                     static_cast<uint32_t>(miDstStartY));
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
         const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);

@@ -6,6 +6,7 @@
 #include "AverageHistogram.h"
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
+#include "KvMath.h"
 #include "MemoryAccess.h"
 #include "PixelTypes.h"
 
@@ -15,16 +16,6 @@
 #include "ImgProcConvDemosaic_NN.inl"
 
 namespace {
-
-uint32_t U32(int32_t v)
-{
-    return static_cast<uint32_t>(v);
-}
-
-int32_t Wrap32(uint32_t v)
-{
-    return static_cast<int32_t>(v);
-}
 
 // The row array always has room for the largest neighbourhood, so that the
 // row loop never indexes past it; entries beyond miMatrixSize stay null.
@@ -221,12 +212,12 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         return;
     CMemoryAccess* dst = cv.mpMemDst;
     CMemoryAccess* src = cv.mpMemSrc;
-    const int32_t planeSize = Wrap32(U32(dst->GetPitch()) * U32(cv.mRectDst.Height()));
-    const int32_t dstX = Wrap32(U32(cv.miStepX) * U32(plan.half) + U32(cv.miDstStartX));
+    const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
+    const int32_t dstX = KvWrap32(KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX));
     unsigned char** ring = cv.mppRows;
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        const int32_t dstY = Wrap32((y + U32(plan.half)) * U32(cv.miStepY) + U32(cv.miDstStartY));
+        const int32_t dstY = KvWrap32((y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
         unsigned char* at = dst->GetImagePointer(dstX, dstY, 0);
         if (at == nullptr)
             break;
@@ -238,7 +229,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         if (!TypedRows(ring, used, rows))
             break;
         RowTarget<D, kPlanar> target(at, planeSize);
-        CallMethod<S, D, SD>(cv, type, Wrap32(y + U32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
+        CallMethod<S, D, SD>(cv, type, KvWrap32(y + KvU32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
                              plan.phase.redAtOdd);
 
         switch (type) {
@@ -247,16 +238,16 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             // runs two rows behind from y = 2 on, with the parity of entry 0
             // right throughout.
             ring[0] = ring[1];
-            ring[1] = src->GetImagePointer(0, Wrap32(y), 0);
+            ring[1] = src->GetImagePointer(0, KvWrap32(y), 0);
             break;
         case KORVA_DEMOSAIC_BILINEAR:
             ring[0] = ring[1];
             ring[1] = ring[2];
-            ring[2] = src->GetImagePointer(0, Wrap32(y + U32(cv.miMatrixSize)), 0);
+            ring[2] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
             break;
         case KORVA_DEMOSAIC_HQ_BILINEAR:
             // Row r lies in entry r % 5.
-            ring[y % kRowSlots] = src->GetImagePointer(0, Wrap32(y + U32(cv.miMatrixSize)), 0);
+            ring[y % kRowSlots] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
             break;
         default:
             break;
@@ -274,11 +265,11 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const std::ptrdiff_t step = cv.miStepX;
     const std::ptrdiff_t columns = plan.columns;
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        const int32_t dstY = Wrap32(U32(cv.miStepY) * y + U32(cv.miDstStartY));
+        const int32_t dstY = KvWrap32(KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
         DS* out = reinterpret_cast<DS*>(dst->GetImagePointer(cv.miDstStartX, dstY, 0));
         if (out == nullptr)
             break;
-        const S* in = reinterpret_cast<const S*>(src->GetImagePointer(0, Wrap32(y), 0));
+        const S* in = reinterpret_cast<const S*>(src->GetImagePointer(0, KvWrap32(y), 0));
         if (in == nullptr)
             break;  // a chunk shorter than the image: no row to read
         for (std::ptrdiff_t x = 0; x < columns; ++x)
@@ -392,11 +383,11 @@ bool CImgProcConvDemosaic::OnConvert()
 
     if (cls == kClassBayer)
         lost = 0;
-    plan.top = U32(mRectSrc.top);
-    plan.bottom = U32(mRectSrc.bottom);
+    plan.top = KvU32(mRectSrc.top);
+    plan.bottom = KvU32(mRectSrc.bottom);
     // Unsigned on purpose: a bound at or below the top runs no row, and one
     // that wraps runs until a destination row is missing.
-    plan.limit = plan.bottom - U32(lost);
+    plan.limit = plan.bottom - KvU32(lost);
 
     switch (cls) {
     case kClassBGR:

@@ -7,19 +7,10 @@
 #include <new>
 
 #include "KorvaPixelFormats.h"
+#include "KvMath.h"
 #include "PixelFormatNode.h"
 
 namespace {
-
-// 32-bit signed arithmetic wraps around here, as the addressing has always
-// done; computing in uint32_t keeps that without undefined behaviour.
-int32_t Wrap32(uint32_t v) {
-    return static_cast<int32_t>(v);
-}
-
-uint32_t U32(int32_t v) {
-    return static_cast<uint32_t>(v);
-}
 
 // The low 32 bits of a double truncated toward zero. Exact for every finite
 // value; a plain conversion would be undefined outside the target's range.
@@ -97,41 +88,19 @@ CMemoryAccess::CMemoryAccess(PixelFormatMap* formats)
 // SetPixelFormat before it addresses a pixel.
 CMemoryAccess::CMemoryAccess(PixelFormatMap* formats, unsigned char* buffer, int32_t length, int32_t width,
                              int32_t height, int32_t pixelFormat)
-    : miWidth(width),
-      miHeight(height),
-      miRoiWidth(width),
-      miRoiHeight(height),
-      miRoiLeft(0),
-      miRoiTop(0),
-      miBufferLength(length),
-      miPixelFormat(static_cast<uint32_t>(pixelFormat)),
-      miCanals(1),
-      miDataOffset(0),
-      miBppEff(0),
-      miBpp(0),
-      mdBytePerPixel(0.0),
-      mpBasePointer(buffer),
-      mpPixelFormats(formats) {}
+    : CMemoryAccess(formats) {
+    miWidth = width;
+    miHeight = height;
+    miRoiWidth = width;
+    miRoiHeight = height;
+    miBufferLength = length;
+    miPixelFormat = static_cast<uint32_t>(pixelFormat);
+    mpBasePointer = buffer;
+}
 
 // A copy describes the same image but takes over no buffer; it starts without
 // one (null, length 0) so that it never looks at memory of the original.
-CMemoryAccess::CMemoryAccess(const CMemoryAccess& other)
-    : miWidth(0),
-      miHeight(0),
-      miRoiWidth(0),
-      miRoiHeight(0),
-      miRoiLeft(0),
-      miRoiTop(0),
-      miBufferLength(0),
-      miPixelFormat(0),
-      miCanals(1),
-      miDataOffset(0),
-      miBppEff(0),
-      miBpp(0),
-      mdBytePerPixel(0.0),
-      mpBasePointer(nullptr),
-      mpPixelFormats(nullptr) {
-    mChunkData.clear();
+CMemoryAccess::CMemoryAccess(const CMemoryAccess& other) : CMemoryAccess(other.mpPixelFormats) {
     *this = other;
 }
 
@@ -172,7 +141,7 @@ bool CMemoryAccess::SetROI(int32_t left, int32_t top, int32_t width, int32_t hei
 // Bytes of one row of the region, not of the full image. A product beyond the
 // 32-bit range keeps its low 32 bits rather than being undefined.
 int32_t CMemoryAccess::GetPitch() {
-    return Wrap32(TruncLow32(static_cast<double>(miRoiWidth) * _GetBytePerPixel()));
+    return KvWrap32(TruncLow32(static_cast<double>(miRoiWidth) * _GetBytePerPixel()));
 }
 
 // Planar formats are addressed plane by plane, so their factor counts one
@@ -225,11 +194,11 @@ unsigned char* CMemoryAccess::GetImagePointer(int32_t x, int32_t y, int32_t plan
     if (IsAbsent(image)) {
         return nullptr;
     }
-    const int32_t index = Wrap32(U32(x) + U32(miRoiLeft) + (U32(y) + U32(miRoiTop)) * U32(miWidth));
+    const int32_t index = KvWrap32(KvU32(x) + KvU32(miRoiLeft) + (KvU32(y) + KvU32(miRoiTop)) * KvU32(miWidth));
     const double factor = _GetBytePerPixel();
     double offset = static_cast<double>(index) * factor;
     if (plane == 1 || plane == 2) {
-        const int32_t planeSize = Wrap32(U32(miWidth) * U32(miHeight));
+        const int32_t planeSize = KvWrap32(KvU32(miWidth) * KvU32(miHeight));
         offset = offset + static_cast<double>(planeSize) * factor * static_cast<double>(plane);
     }
     if (static_cast<double>(miDataOffset) + offset > static_cast<double>(image.miChunkLength)) {
@@ -307,9 +276,9 @@ int32_t CMemoryAccess::GetChunkDataLength(uint32_t id) {
 int32_t CMemoryAccess::GetLengthOfAllChunks() {
     uint32_t sum = 0;
     for (const auto& entry : mChunkData) {
-        sum += U32(entry.second.miChunkLength);
+        sum += KvU32(entry.second.miChunkLength);
     }
-    return Wrap32(sum);
+    return KvWrap32(sum);
 }
 
 // Byte k of the other's chunk goes to byte k of this chunk. The length is the
@@ -387,8 +356,8 @@ bool CMemoryAccess::AdjustChunkDataMap(uint32_t id, int32_t newLength) {
     if (IsAbsent(adjusted)) {
         return false;
     }
-    const int32_t delta = Wrap32(U32(newLength) - U32(adjusted.miChunkLength));
-    if (Wrap32(U32(GetLengthOfAllChunks()) + U32(delta)) > miBufferLength) {
+    const int32_t delta = KvWrap32(KvU32(newLength) - KvU32(adjusted.miChunkLength));
+    if (KvWrap32(KvU32(GetLengthOfAllChunks()) + KvU32(delta)) > miBufferLength) {
         return false;
     }
     const uintptr_t pivot = Addr(adjusted.mpChunkBase);
@@ -397,8 +366,8 @@ bool CMemoryAccess::AdjustChunkDataMap(uint32_t id, int32_t newLength) {
         sKORVAP_ChunkData rec = entry.second;
         const uintptr_t at = Addr(rec.mpChunkBase);
         if (at == pivot) {
-            rec.miChunkLength = Wrap32(U32(rec.miChunkLength) + U32(delta));
-            rec.miChunkDataLength = Wrap32(U32(rec.miChunkDataLength) + U32(delta));
+            rec.miChunkLength = KvWrap32(KvU32(rec.miChunkLength) + KvU32(delta));
+            rec.miChunkDataLength = KvWrap32(KvU32(rec.miChunkDataLength) + KvU32(delta));
         } else if (at > pivot) {
             rec.mpChunkBase = Ptr(at - Extend(delta));
         }

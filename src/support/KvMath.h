@@ -24,4 +24,31 @@ inline uint32_t KvTruncToUint32(double value)
     return 0;
 }
 
+// 32-bit signed arithmetic that wraps like the hardware instead of being
+// undefined on overflow.
+inline uint32_t KvU32(int32_t value)
+{
+    return static_cast<uint32_t>(value);
+}
+
+inline int32_t KvWrap32(int64_t value)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
+}
+
+inline int32_t KvAdd32(int32_t a, int32_t b)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
+inline int32_t KvSub32(int32_t a, int32_t b)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+}
+
+inline int32_t KvMul32(int32_t a, int32_t b)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
 #endif

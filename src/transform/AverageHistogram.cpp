@@ -17,11 +17,6 @@ enum : int {
     kCellSum0 = 65545,
 };
 
-int32_t Add32(int32_t a, int32_t b)
-{
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-
 template <typename T>
 int32_t Load(const unsigned char* p)
 {
@@ -58,7 +53,7 @@ struct Region {
     {
     }
     // Only the upper half of the region is measured.
-    int32_t RowEnd() const { return Add32(y0, height / 2); }
+    int32_t RowEnd() const { return KvAdd32(y0, height / 2); }
     int32_t x0, y0, width, height, step;
 };
 
@@ -75,12 +70,12 @@ void CAverageHistogram::Record(int32_t value, int32_t valueSumIncrement)
 {
     // Sample values come from at most 16 bits and index the histogram directly.
     int32_t* cells = mpCells;
-    cells[kCellTotal] = Add32(cells[kCellTotal], 1);
-    cells[value] = Add32(cells[value], 1);
-    cells[kCellValueSum] = Add32(cells[kCellValueSum], valueSumIncrement);
+    cells[kCellTotal] = KvAdd32(cells[kCellTotal], 1);
+    cells[value] = KvAdd32(cells[value], 1);
+    cells[kCellValueSum] = KvAdd32(cells[kCellValueSum], valueSumIncrement);
     const int n = value < miThreshold1 ? 0 : (value < miThreshold2 ? 1 : 2);
-    cells[kCellCount0 + n] = Add32(cells[kCellCount0 + n], 1);
-    cells[kCellSum0 + n] = Add32(cells[kCellSum0 + n], value);
+    cells[kCellCount0 + n] = KvAdd32(cells[kCellCount0 + n], 1);
+    cells[kCellSum0 + n] = KvAdd32(cells[kCellSum0 + n], value);
 }
 
 template <typename T>
@@ -89,9 +84,9 @@ void CAverageHistogram::SampleFourSites(CImgProcConv& converter, CAverageHistogr
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
     const Extent extent(src);
-    for (int32_t y = region.y0; y < region.RowEnd(); y = Add32(y, region.step)) {
+    for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
-        const unsigned char* q = src.GetImagePointer(region.x0, Add32(y, 1), 0);
+        const unsigned char* q = src.GetImagePointer(region.x0, KvAdd32(y, 1), 0);
         if (p == nullptr || q == nullptr)
             continue;
         const uintptr_t span = (static_cast<uintptr_t>(region.width) + 2) * sizeof(T);
@@ -139,9 +134,9 @@ void CAverageHistogram::SamplePacked(CImgProcConv& converter, CAverageHistogram&
         return odd == 0 ? ((g[0] << shift) | (m & 15)) : ((g[2] << shift) | (m >> 4));
     };
     const int32_t groups = region.width / 2;
-    for (int32_t y = region.y0; y < region.RowEnd(); y = Add32(y, region.step)) {
+    for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
-        const unsigned char* q = src.GetImagePointer(region.x0, Add32(y, 1), 0);
+        const unsigned char* q = src.GetImagePointer(region.x0, KvAdd32(y, 1), 0);
         if (p == nullptr || q == nullptr)
             continue;
         // An odd index addresses the middle of its pair: back to the group start.
@@ -184,7 +179,7 @@ void CAverageHistogram::SampleRgbPixels(CImgProcConv& converter, CAverageHistogr
     const Extent extent(src);
     const int red = redFirst ? 0 : 2;
     const int blue = redFirst ? 2 : 0;
-    for (int32_t y = region.y0; y < region.RowEnd(); y = Add32(y, region.step)) {
+    for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         if (p == nullptr)
             continue;
@@ -227,7 +222,7 @@ void CAverageHistogram::SamplePlanarRow(CImgProcConv& converter, CAverageHistogr
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
     const Extent extent(src);
-    for (int32_t y = region.y0; y < region.RowEnd(); y = Add32(y, region.step)) {
+    for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         if (p == nullptr)
             continue;
@@ -268,17 +263,17 @@ void CAverageHistogram::SampleYuv(CImgProcConv& converter)
         groupSize = 6;
         groups = region.width / 6;
     } else if (code == KORVA_PIXTYPE_YUV422_PACKED || code == 0x02100032u) {
-        start = Add32(region.x0, region.x0 & 3);
+        start = KvAdd32(region.x0, region.x0 & 3);
         groupSize = 4;
         groups = region.width >> 2;
     } else if (code == KORVA_PIXTYPE_YUV444_PACKED) {
-        start = Add32(region.x0, region.x0 & 1);
+        start = KvAdd32(region.x0, region.x0 & 1);
         groupSize = 3;
         groups = region.width / 3;
     } else {
         return;
     }
-    for (int32_t y = region.y0; y < region.RowEnd(); y = Add32(y, region.step)) {
+    for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         if (static_cast<uint32_t>(converter.mRectAverage.right) < static_cast<uint32_t>(start))
             return;
         const unsigned char* p = src.GetImagePointer(start, y, 0);

@@ -64,11 +64,6 @@ enum : int {
 
 namespace {
 
-int32_t Wrap32(int64_t value)
-{
-    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(value)));
-}
-
 // Mean of a tail of the histogram: moment over count by truncating 32-bit
 // division, or 0.0 for an empty count.
 double TailMean(int32_t moment, int32_t count)
@@ -112,8 +107,8 @@ bool CImgProcConv::Average(int step, int left, int top, int right, int bottom, d
     int32_t running = 0;
     int32_t moment = 0;
     for (int32_t v = 0; v < levels; ++v) {
-        running = Wrap32(static_cast<int64_t>(running) + histogram[v]);
-        moment = Wrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
+        running = KvWrap32(static_cast<int64_t>(running) + histogram[v]);
+        moment = KvWrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
         if (cut != 0 && running >= cut)
             break;
     }
@@ -125,8 +120,8 @@ bool CImgProcConv::Average(int step, int left, int top, int right, int bottom, d
     moment = 0;
     if (!(cut != 0 && running >= cut)) {
         for (int32_t v = levels - 1; v >= 0; --v) {
-            running = Wrap32(static_cast<int64_t>(running) + histogram[v]);
-            moment = Wrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
+            running = KvWrap32(static_cast<int64_t>(running) + histogram[v]);
+            moment = KvWrap32(static_cast<int64_t>(moment) + static_cast<int64_t>(v) * histogram[v]);
             if (cut != 0 && running >= cut)
                 break;
         }

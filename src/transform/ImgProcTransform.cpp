@@ -5,32 +5,10 @@
 #include <cstring>
 
 #include "ImgProc.h"
+#include "KvMath.h"
+#include "TransformLock.h"
 
 namespace {
-
-// Holds up to two transform mutexes and releases them in the order in
-// which they were taken, on every way out.
-class TransformLock {
-public:
-    explicit TransformLock(pthread_mutex_t* first, pthread_mutex_t* second = nullptr) : mpFirst(first), mpSecond(second)
-    {
-        pthread_mutex_lock(mpFirst);
-        if (mpSecond != nullptr)
-            pthread_mutex_lock(mpSecond);
-    }
-    ~TransformLock()
-    {
-        pthread_mutex_unlock(mpFirst);
-        if (mpSecond != nullptr)
-            pthread_mutex_unlock(mpSecond);
-    }
-
-private:
-    TransformLock(const TransformLock&) = delete;
-    TransformLock& operator=(const TransformLock&) = delete;
-    pthread_mutex_t* mpFirst;
-    pthread_mutex_t* mpSecond;
-};
 
 void SetFeatureFlags(KORVA_FeatureState* state, bool offered)
 {
@@ -38,16 +16,6 @@ void SetFeatureFlags(KORVA_FeatureState* state, bool offered)
     state->stateFlag2 = offered;
     state->stateFlag3 = false;
     state->stateFlag4 = true;
-}
-
-int32_t Add32(int32_t a, int32_t b)
-{
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-
-int32_t Sub32(int32_t a, int32_t b)
-{
-    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
 }
 
 // How a transform treats a destination buffer of the external or system
@@ -131,7 +99,7 @@ int CImgProc::getTransformBufferLength(int* length)
     }
     // The source's image data is replaced by the result's; every other chunk,
     // and the image chunk's own overhead, is kept.
-    *length = Sub32(Add32(size, mMemSrc.GetLengthOfAllChunks()), mMemSrc.GetChunkDataLength(KORVA_CHUNK_IMAGE));
+    *length = KvSub32(KvAdd32(size, mMemSrc.GetLengthOfAllChunks()), mMemSrc.GetChunkDataLength(KORVA_CHUNK_IMAGE));
     return RESULT_OK;
 }
 
@@ -238,7 +206,7 @@ int CImgProc::TransformConverting(CImgProc& dst)
     if (!mMemDst.CopyChunkDataMap(&mMemSrc))
         return RESULT_FAIL;
     const int32_t image_length =
-        Sub32(Add32(mMemSrc.GetChunkLength(KORVA_CHUNK_IMAGE), target.need), mMemSrc.GetLengthOfAllChunks());
+        KvSub32(KvAdd32(mMemSrc.GetChunkLength(KORVA_CHUNK_IMAGE), target.need), mMemSrc.GetLengthOfAllChunks());
     if (!mMemDst.AdjustChunkDataMap(KORVA_CHUNK_IMAGE, image_length))
         return RESULT_FAIL;
 
@@ -301,8 +269,8 @@ int CImgProc::resetTransformSettings()
 
 int CImgProc::setDestinationRange(int left, int top, int right, int bottom)
 {
-    const int32_t width = Sub32(right, left);
-    const int32_t height = Sub32(bottom, top);
+    const int32_t width = KvSub32(right, left);
+    const int32_t height = KvSub32(bottom, top);
     if (top < 0 || left < 0 || width < 1 || height < 1)
         return RESULT_FAIL;
     // A region that leaves the image is silently not stored.
@@ -316,8 +284,8 @@ int CImgProc::getDestinationRange(KORVA_FeatureState* state, KORVAX_TypeROI* ran
     range->iType = KORVA_TYPE_TAG;
     range->iLeft = mMemDst.miRoiLeft;
     range->iTop = mMemDst.miRoiTop;
-    range->iRight = Add32(mMemDst.miRoiLeft, mMemDst.miRoiWidth);
-    range->iBottom = Add32(mMemDst.miRoiTop, mMemDst.miRoiHeight);
+    range->iRight = KvAdd32(mMemDst.miRoiLeft, mMemDst.miRoiWidth);
+    range->iBottom = KvAdd32(mMemDst.miRoiTop, mMemDst.miRoiHeight);
     static const int32_t kFixed[6] = {0, 0, 4, 4, 0, 0};
     std::memcpy(range->aFixed, kFixed, sizeof kFixed);
     range->iWidth = mMemDst.miWidth;
