@@ -160,22 +160,21 @@ class Converter:
     def convert(self, frame):
         """The frame converted, as a new array of the destination's natural
         shape; pixels the plug-in does not write are 0."""
+        with self._lock:
+            if self._image is None:
+                self._image = Image()
+            return self._run(self._image, frame)
+
+    __call__ = convert
+
+    def _run(self, image, frame):
         w, h = _check_array(frame, self.source, self.width, self.height)
         if self._align:
             if w < 2:
                 raise ValueError("align_phase needs a frame at least two columns wide")
             frame, w = np.ascontiguousarray(frame[:, 1:]), w - 1
-        with self._lock:
-            image = self._open()
-            image.load(frame, self._runs_as, w, h)
-            return image.transform(self.destination, _METHODS[self.method], self.balance, w, h)
-
-    __call__ = convert
-
-    def _open(self):
-        if self._image is None:
-            self._image = Image()
-        return self._image
+        image.load(frame, self._runs_as, w, h)
+        return image.transform(self.destination, _METHODS[self.method], self.balance, w, h)
 
     def close(self):
         """Gives the image object back to the plug-in (also done when the
@@ -198,24 +197,31 @@ class Converter:
             pass
 
 
+_local = threading.local()
+
+
+def _thread_image():
+    """An image object of this thread's own for the plain functions; it goes
+    back to the plug-in when the thread ends."""
+    image = getattr(_local, "image", None)
+    if image is None:
+        image = _local.image = Image()
+    return image
+
+
 def convert(frame, source, destination, method="nearest", balance=None, align_phase=False, width=None,
             height=None):
     """`frame` (of pixel format `source`) converted to `destination`; see
-    Converter for the arguments. Each call creates and gives back an image
-    object; for a stream of frames keep a Converter."""
-    with Converter(source, destination, method, balance, align_phase, width, height) as converter:
-        return converter.convert(frame)
+    Converter for the arguments."""
+    return Converter(source, destination, method, balance, align_phase, width, height)._run(_thread_image(), frame)
 
 
 def _measure(frame, source, width, height, measure):
     fmt = _formats.lookup(source)
     w, h = _check_array(frame, fmt, width, height)
-    image = Image()
-    try:
-        image.load(frame, fmt, w, h)
-        return measure(image, w, h)
-    finally:
-        image.close()
+    image = _thread_image()
+    image.load(frame, fmt, w, h)
+    return measure(image, w, h)
 
 
 def brightness(frame, source, region=None, width=None, height=None):

@@ -94,14 +94,16 @@ def frame_bytes(fmt, width, height):
     return int(width * fmt.bytes_per_pixel * height)
 
 
+_SIZE_FACTORS = {0x08: 1.0, 0x0A: 2.0, 0x0C: 2.0, 0x10: 2.0, 0x14: 3.0, 0x18: 3.0, 0x20: 4.0, 0x24: 6.0, 0x30: 6.0}
+
+
 def transform_bytes(fmt, width, height):
     """Bytes the plug-in holds a target against: its size rule goes by the
     bits field of the code alone, so YUV411 counts two bytes a pixel."""
-    if fmt.code in (0x010C0004, 0x010C0006):
+    if fmt.family == "mono_packed":
         factor = 1.5
     else:
-        factor = {0x08: 1.0, 0x0A: 2.0, 0x0C: 2.0, 0x10: 2.0, 0x14: 3.0, 0x18: 3.0, 0x20: 4.0, 0x24: 6.0,
-                  0x30: 6.0}.get((fmt.code >> 16) & 0xFF, 0.0)
+        factor = _SIZE_FACTORS.get((fmt.code >> 16) & 0xFF, 0.0)
     return int(width * factor * height)
 
 

@@ -62,6 +62,12 @@ class Image:
             ptr, self.ptr = self.ptr, None
             self._plugin.destroy(ptr)
 
+    def __del__(self):
+        try:
+            self.close()
+        except Exception:
+            pass  # the interpreter is shutting down; unloading the plug-in destroys the object
+
     def call(self, name, *args):
         check(name, self._f[name](self.ptr, *args))
 
