@@ -70,35 +70,35 @@ def destinations(source):
     return [_formats.BY_CODE[c].name if c in _formats.BY_CODE else hex(c) for c in codes]
 
 
-def _check_array(frame, fmt, width, height, what="frame"):
+def _check_array(frame, fmt, width, height):
     """(width, height) of a frame of format fmt held in `frame`."""
     if not isinstance(frame, np.ndarray):
-        raise ValueError(f"the {what} must be a NumPy array, not {type(frame).__name__}")
+        raise ValueError(f"the frame must be a NumPy array, not {type(frame).__name__}")
     if frame.dtype != fmt.dtype:
-        raise ValueError(f"a {fmt.name} {what} must have dtype {fmt.dtype}, not {frame.dtype}")
+        raise ValueError(f"a {fmt.name} frame must have dtype {fmt.dtype}, not {frame.dtype}")
     if not frame.flags.c_contiguous:
-        raise ValueError(f"the {what} is not C-contiguous; pass numpy.ascontiguousarray({what})")
+        raise ValueError(f"the frame is not C-contiguous; pass numpy.ascontiguousarray(frame)")
     for name, value in (("width", width), ("height", height)):
         if value is not None and (not isinstance(value, (int, np.integer)) or value < 1):
             raise ValueError(f"{name} must be a positive integer, not {value!r}")
     if fmt.layout == "raw":
         if width is None or height is None:
-            raise ValueError(f"a {fmt.name} {what} is a 1-D array of bytes: give width= and height=")
+            raise ValueError(f"a {fmt.name} frame is a 1-D array of bytes: give width= and height=")
         w, h = int(width), int(height)
     else:
         dims = {"hw": 2, "hwc": 3, "chw": 3}[fmt.layout]
         if frame.ndim != dims:
-            raise ValueError(f"a {fmt.name} {what} has shape {_formats.shape_of(fmt, 'W', 'H')}, "
+            raise ValueError(f"a {fmt.name} frame has shape {_formats.shape_of(fmt, 'W', 'H')}, "
                              f"not {frame.shape}")
         h, w = frame.shape[-2:] if fmt.layout == "chw" else frame.shape[:2]
         for name, given, found in (("width", width, w), ("height", height, h)):
             if given is not None and given != found:
-                raise ValueError(f"{name}={given} disagrees with the {what}'s shape {frame.shape}")
+                raise ValueError(f"{name}={given} disagrees with the frame's shape {frame.shape}")
     expected = _formats.shape_of(fmt, w, h)
     if frame.shape != expected:
-        raise ValueError(f"a {w}x{h} {fmt.name} {what} has shape {expected}, not {frame.shape}")
+        raise ValueError(f"a {w}x{h} {fmt.name} frame has shape {expected}, not {frame.shape}")
     if w < 1 or h < 1:
-        raise ValueError(f"the {what} is empty")
+        raise ValueError(f"the frame is empty")
     return w, h
 
 

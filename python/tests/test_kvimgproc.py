@@ -71,7 +71,7 @@ def test_align_phase_gives_true_colour(phase):
 
 def test_converter_follows_changing_frames():
     conv = kv.Converter("BAYRG8", "RGB8_PACKED", method="bilinear", balance=(1.5, 1.0, 1.2))
-    frames = [RNG.integers(0, 256, shape, dtype=np.uint8) for shape in [(16, 16), (8, 32), (16, 16)]]
+    frames = [RNG.integers(0, 256, shape, dtype=np.uint8) for shape in [(16, 16), (8, 16), (8, 32), (16, 16)]]
     for frame in frames:
         fresh = kv.convert(frame, "BAYRG8", "RGB8_PACKED", method="bilinear", balance=(1.5, 1.0, 1.2))
         np.testing.assert_array_equal(conv.convert(frame), fresh)
