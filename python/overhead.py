@@ -94,12 +94,15 @@ def main():
     convs = [kv.Converter("BAYRG8", "RGB8_PACKED", method="bilinear") for _ in range(2)]
     n = max(4, repeats // 4)
 
+    def stream(conv, frames):
+        for _ in range(frames):
+            conv.convert(frame)  # results dropped, as a stream does
+
     def one():
-        for _ in range(2 * n):
-            convs[0].convert(frame)
+        stream(convs[0], 2 * n)
 
     def two():
-        threads = [threading.Thread(target=lambda c=c: [c.convert(frame) for _ in range(n)]) for c in convs]
+        threads = [threading.Thread(target=stream, args=(c, n)) for c in convs]
         for t in threads:
             t.start()
         for t in threads:
