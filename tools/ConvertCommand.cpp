@@ -98,6 +98,9 @@ bool PlanOutputs(const CommandLine& line, const PixelFormatInfo& to, std::vector
         if (kind == OutputPicture::Kind::Ppm && channels != 3)
             return Fail(std::string("a PPM holds RGB, and ") + to.name +
                         (channels == 1 ? " is grey; use .pgm or .png" : " keeps alpha; use .png"));
+        const fs::path parent = fs::path(line.out).parent_path();
+        if (!parent.empty() && !fs::is_directory(parent, ec))
+            return Fail("cannot write " + line.out + ": the folder " + parent.string() + " does not exist");
         targets.push_back(line.out);
         return true;
     }

@@ -48,6 +48,10 @@ std::vector<Quirk> QuirkNotes::ForPair(uint32_t source, uint32_t destination, KO
         if (IsMonoDestination(destination))
             quirks.push_back({"Bayer-to-mono", "a mono destination of a mosaic always gets the plug-in's 5x5 "
                                                "Bayer-to-mono method, whatever --method says, and no colour balance"});
+        if (IsMonoDestination(destination) && s->effectiveBits > 8)
+            quirks.push_back({"saturated", "Bayer-to-mono does not scale 10- and 12-bit mosaics: every value above "
+                                           "255 saturates, even in a 16-bit destination; a colour destination "
+                                           "gives the scaled picture"});
         if (RedAtOdd(source) && colour && method == KORVA_DEMOSAIC_NEAREST)
             quirks.push_back({"red/blue exchanged",
                               std::string("nearest neighbour reads GR and BG mosaics with red and blue exchanged "
