@@ -11,6 +11,7 @@
 #include "IKVImgManager.h"
 #include "ImgProcPlugin.h"
 #include "KorvaTypes.h"
+#include "PixelFormatNames.h"
 #include "ikvimage.h"
 
 namespace bench {
@@ -27,28 +28,6 @@ std::string SizeName(const FrameSize& size)
 }
 
 namespace {
-
-const Format kFormats[] = {
-    {KORVA_PIXTYPE_MONO8, "MONO8", 1.0, 0},
-    {KORVA_PIXTYPE_MONO10_PACKED, "MONO10_PACKED", 1.5, 0},
-    {KORVA_PIXTYPE_MONO12_PACKED, "MONO12_PACKED", 1.5, 0},
-    {KORVA_PIXTYPE_MONO12, "MONO12", 2.0, 12},
-    {KORVA_PIXTYPE_MONO16, "MONO16", 2.0, 16},
-    {KORVA_PIXTYPE_BAYRG8, "BAYRG8", 1.0, 0},
-    {KORVA_PIXTYPE_BAYRG12, "BAYRG12", 2.0, 12},
-    {KORVA_PIXTYPE_RGB8_PACKED, "RGB8_PACKED", 3.0, 0},
-    {KORVA_PIXTYPE_BGR8_PACKED, "BGR8_PACKED", 3.0, 0},
-    {KORVA_PIXTYPE_RGBA8_PACKED, "RGBA8_PACKED", 4.0, 0},
-    {KORVA_PIXTYPE_BGRA8_PACKED, "BGRA8_PACKED", 4.0, 0},
-    {KORVA_PIXTYPE_RGB12_PACKED, "RGB12_PACKED", 6.0, 12},
-    {KORVA_PIXTYPE_RGB8_PLANAR, "RGB8_PLANAR", 3.0, 0},
-    {KORVA_PIXTYPE_RGB12_PLANAR, "RGB12_PLANAR", 6.0, 12},
-    // 4:1:1 is 12 bits a pixel in memory, whatever the plug-in's size
-    // arithmetic asks for; the throughput counts what is really read.
-    {KORVA_PIXTYPE_YUV411_PACKED, "YUV411_PACKED", 1.5, 0},
-    {KORVA_PIXTYPE_YUV422_PACKED, "YUV422_PACKED", 2.0, 0},
-    {KORVA_PIXTYPE_YUV444_PACKED, "YUV444_PACKED", 3.0, 0},
-};
 
 // Random bytes for the largest frame of the widest format, made once. Every
 // case copies its frame out of this pool, so all runs and all cases of one
@@ -80,7 +59,17 @@ std::mutex gManagerMutex;
 
 const Format& FormatOf(int code)
 {
-    for (const Format& f : kFormats)
+    // Taken once from the table of format names that the tool and the tests share.
+    static const std::vector<Format> formats = [] {
+        std::vector<Format> all;
+        for (const PixelFormatInfo& info : PixelFormatNames::All()) {
+            const bool words = info.effectiveBits > 8 && info.family != FormatFamily::MonoPacked &&
+                               info.family != FormatFamily::Other;
+            all.push_back({static_cast<int>(info.code), info.name, info.bytesPerPixel, words ? info.effectiveBits : 0});
+        }
+        return all;
+    }();
+    for (const Format& f : formats)
         if (f.code == code)
             return f;
     throw std::invalid_argument("imgproc_bench: format not in the table");

@@ -5,8 +5,10 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <system_error>
 
 #include "KorvaPixelFormats.h"
 #include "PixelFormatNames.h"
@@ -45,6 +47,7 @@ uint16_t Le16(const uint8_t* p)
 
 struct PngJob {
     int width, height, depth, colourType;
+    int significantBits;  // 0: no sBIT chunk
     png_bytep* rows;
 };
 
@@ -63,6 +66,11 @@ bool EncodePng(FILE* file, const PngJob& job)
     png_init_io(png, file);
     png_set_IHDR(png, info, job.width, job.height, job.depth, job.colourType, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (job.significantBits > 0) {
+        png_color_8 bits{};
+        bits.red = bits.green = bits.blue = bits.gray = bits.alpha = static_cast<png_byte>(job.significantBits);
+        png_set_sBIT(png, info, &bits);
+    }
     png_write_info(png, info);
     png_write_image(png, job.rows);
     png_write_end(png, nullptr);
@@ -78,18 +86,52 @@ struct FileCloser {
     }
 };
 
+// The file being written, beside its final name; renamed into place only
+// once complete, removed otherwise.
+std::string TemporaryName(const std::string& path)
+{
+    return path + ".part";
+}
+
+bool Commit(const std::string& temporary, const std::string& path, bool written, std::string& error)
+{
+    std::error_code ec;
+    if (written) {
+        std::filesystem::rename(temporary, path, ec);
+        if (!ec)
+            return true;
+    }
+    std::filesystem::remove(temporary, ec);
+    error = "cannot write " + path;
+    return false;
+}
+
 }  // namespace
 
 bool ImageFile::ReadBytes(const std::string& path, std::vector<uint8_t>& bytes, std::string& error)
 {
+    std::error_code ec;
+    const std::filesystem::file_status status = std::filesystem::status(path, ec);
+    if (ec || !std::filesystem::exists(status)) {
+        error = "no such file";
+        return false;
+    }
+    if (std::filesystem::is_directory(status)) {
+        error = "is a folder, not a frame file";
+        return false;
+    }
+    if (!std::filesystem::is_regular_file(status)) {
+        error = "not a regular file";
+        return false;
+    }
     std::ifstream in(path, std::ios::binary);
     if (!in) {
-        error = "cannot open " + path;
+        error = "cannot open the file";
         return false;
     }
     bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
     if (in.bad()) {
-        error = "cannot read " + path;
+        error = "cannot read the file";
         return false;
     }
     return true;
@@ -172,10 +214,12 @@ bool ImageFile::WritePng(const std::string& path, const SampleImage& image, std:
         return false;
     }
     const bool deep = image.maxValue > 255;
+    // Fewer significant bits than the container: left-aligned, the PNG way.
+    const int shift = deep && image.significantBits > 8 && image.significantBits < 16 ? 16 - image.significantBits : 0;
     const size_t rowBytes = static_cast<size_t>(image.width) * image.channels * (deep ? 2 : 1);
     std::vector<uint8_t> rows(rowBytes * image.height);
     for (size_t i = 0; i < count; ++i) {
-        const uint16_t v = image.samples[i];
+        const uint16_t v = static_cast<uint16_t>(image.samples[i] << shift);
         if (deep) {
             // PNG wants its 16-bit samples most significant byte first.
             rows[2 * i] = static_cast<uint8_t>(v >> 8);
@@ -188,29 +232,63 @@ bool ImageFile::WritePng(const std::string& path, const SampleImage& image, std:
     std::vector<png_bytep> rowPointers(image.height);
     for (int y = 0; y < image.height; ++y)
         rowPointers[y] = rows.data() + rowBytes * y;
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
+    const std::string temporary = TemporaryName(path);
+    std::unique_ptr<FILE, FileCloser> file(std::fopen(temporary.c_str(), "wb"));
     if (!file) {
         error = "cannot create " + path;
         return false;
     }
-    const PngJob job{image.width, image.height, deep ? 16 : 8, colourType, rowPointers.data()};
-    if (!EncodePng(file.get(), job) || std::fflush(file.get()) != 0 || std::ferror(file.get())) {
-        error = "cannot write " + path;
+    const PngJob job{image.width, image.height, deep ? 16 : 8, colourType, shift != 0 ? image.significantBits : 0,
+                     rowPointers.data()};
+    bool written = EncodePng(file.get(), job) && std::fflush(file.get()) == 0 && !std::ferror(file.get());
+    written = std::fclose(file.release()) == 0 && written;
+    return Commit(temporary, path, written, error);
+}
+
+bool ImageFile::WritePnm(const std::string& path, const SampleImage& image, std::string& error)
+{
+    if (image.channels != 1 && image.channels != 3) {
+        error = "a PGM holds grey and a PPM holds RGB; this picture has " + std::to_string(image.channels) +
+                " channels";
         return false;
     }
-    return true;
+    const size_t count = static_cast<size_t>(image.width) * image.height * image.channels;
+    if (image.width <= 0 || image.height <= 0 || image.samples.size() < count) {
+        error = "no image to write";
+        return false;
+    }
+    const int maxValue = image.significantBits > 0 && image.significantBits < 16 && image.maxValue > 255
+                             ? (1 << image.significantBits) - 1
+                             : image.maxValue;
+    const bool wide = maxValue > 255;
+    std::string data = std::string(image.channels == 1 ? "P5" : "P6") + "\n" + std::to_string(image.width) + " " +
+                       std::to_string(image.height) + "\n" + std::to_string(maxValue) + "\n";
+    const size_t header = data.size();
+    data.resize(header + count * (wide ? 2 : 1));
+    for (size_t i = 0; i < count; ++i) {
+        const uint16_t v = image.samples[i];
+        if (wide) {
+            data[header + 2 * i] = static_cast<char>(v >> 8);
+            data[header + 2 * i + 1] = static_cast<char>(v & 0xFF);
+        } else {
+            data[header + i] = static_cast<char>(v);
+        }
+    }
+    return WriteRaw(path, reinterpret_cast<const uint8_t*>(data.data()), data.size(), error);
 }
 
 bool ImageFile::WriteRaw(const std::string& path, const uint8_t* data, size_t length, std::string& error)
 {
-    std::ofstream out(path, std::ios::binary);
-    if (out)
-        out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
-    if (!out) {
-        error = "cannot write " + path;
-        return false;
+    const std::string temporary = TemporaryName(path);
+    bool written = false;
+    {
+        std::ofstream out(temporary, std::ios::binary);
+        if (out)
+            out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(length));
+        out.close();
+        written = static_cast<bool>(out);
     }
-    return true;
+    return Commit(temporary, path, written, error);
 }
 
 bool ImageFile::FrameToSamples(uint32_t code, int width, int height, const uint8_t* data, size_t length,
@@ -234,6 +312,7 @@ bool ImageFile::FrameToSamples(uint32_t code, int width, int height, const uint8
     image.width = width;
     image.height = height;
     image.maxValue = deep ? 65535 : 255;
+    image.significantBits = deep ? info->effectiveBits : 0;
 
     switch (info->family) {
     case FormatFamily::Mono:

@@ -37,8 +37,10 @@ bool InputFrame::Load(const std::string& path, const InputOptions& options, Fram
                       std::vector<std::string>& notes, std::string& error)
 {
     std::vector<uint8_t> bytes;
-    if (!ImageFile::ReadBytes(path, bytes, error))
+    if (!ImageFile::ReadBytes(path, bytes, error)) {
+        error = path + ": " + error;
         return false;
+    }
     // A raw file with a format given is raw, whatever its first bytes are.
     const bool pnm = options.format.empty() && LooksLikePnm(path, bytes);
     bool ok = false;

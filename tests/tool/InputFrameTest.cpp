@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "FrameconvApp.h"
+#include "CommandLine.h"
 #include "InputFrame.h"
 #include "KorvaPixelFormats.h"
 
@@ -91,7 +91,7 @@ TEST(CommandLine, ParsesConvertAndRejectsMistakes)
 {
     CommandLine line;
     std::string error;
-    ASSERT_TRUE(FrameconvApp::Parse({"convert", "a.pgm", "b.pgm", "--bayer", "RG", "--to", "rgb8_packed", "--balance",
+    ASSERT_TRUE(CommandLine::Parse({"convert", "a.pgm", "b.pgm", "--bayer", "RG", "--to", "rgb8_packed", "--balance",
                                      "1.5", "1", "2", "--method", "bilinear"},
                                     line, error))
         << error;
@@ -102,7 +102,7 @@ TEST(CommandLine, ParsesConvertAndRejectsMistakes)
     EXPECT_EQ(line.method, "bilinear");
 
     CommandLine empty;
-    ASSERT_TRUE(FrameconvApp::Parse({}, empty, error));
+    ASSERT_TRUE(CommandLine::Parse({}, empty, error));
     EXPECT_EQ(empty.command, "demo");
 
     const std::vector<std::vector<std::string>> bad = {
@@ -117,6 +117,6 @@ TEST(CommandLine, ParsesConvertAndRejectsMistakes)
     };
     for (const auto& args : bad) {
         CommandLine l;
-        EXPECT_FALSE(FrameconvApp::Parse(args, l, error)) << args[0] << " " << args.size();
+        EXPECT_FALSE(CommandLine::Parse(args, l, error)) << args[0] << " " << args.size();
     }
 }
