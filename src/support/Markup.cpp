@@ -55,8 +55,10 @@ bool CMarkup::SetDoc(const char* text)
     msError.Empty();
     msDoc = text != nullptr ? text : "";
     const int wanted = msDoc.GetLength() / 64 + 8;
+    // Room for the most elements the text can hold, one per three bytes,
+    // is only reserved: growing by copies would touch fresh pages each time.
     if (maPos.GetSize() < wanted)
-        maPos.SetSize(wanted);
+        maPos.SetSize(wanted, msDoc.GetLength() / 3);
     maPos[0].Clear();
     if (!msDoc.IsEmpty()) {
         const int iPos = x_ParseElem(0);
