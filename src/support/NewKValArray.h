@@ -3,6 +3,7 @@
 #define NEW_KVAL_ARRAY_H
 
 #include <cstddef>
+#include <new>
 #include <vector>
 
 template <class T>
@@ -10,13 +11,18 @@ class NewKValArray {
 public:
     int GetSize() const { return static_cast<int>(mItems.size()); }
     // Grows or shrinks to `size`; new elements are value-initialised.
-    // `growBy` reserves that much beyond the size for later appends.
+    // `growBy` asks for room beyond the size for later growth; it is only a
+    // hint and is dropped when the memory is not there.
     void SetSize(int size, int growBy = -1)
     {
         if (size < 0)
             size = 0;
-        if (growBy > 0)
-            mItems.reserve(static_cast<std::size_t>(size) + static_cast<std::size_t>(growBy));
+        if (growBy > 0) {
+            try {
+                mItems.reserve(static_cast<std::size_t>(size) + static_cast<std::size_t>(growBy));
+            } catch (const std::bad_alloc&) {
+            }
+        }
         mItems.resize(static_cast<std::size_t>(size));
     }
     void RemoveAll() { mItems.clear(); }
