@@ -224,7 +224,9 @@ bool CImgProcConvFilter::Convert()
     const int32_t c = mbFlipHorizontal ? -1 : 1;
     const int32_t r = mbFlipVertical ? -1 : 1;
 
-    mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+    // The tables are not used here; a stage wired to no image object has none.
+    if (mpImgProc != nullptr)
+        mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
 
     const bool srcBytes = mpMemSrc->mdBytePerPixel == 1.0;
     const int srcSize = srcBytes ? 1 : 2;
