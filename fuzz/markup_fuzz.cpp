@@ -1,5 +1,5 @@
 // Any text handed to the markup document parses or fails cleanly; a walk,
-// attribute and data reads and two edits stay inside the text, and an edited
+// attribute and data reads and edits stay inside the text, and an edited
 // document reads back the same from its records as from a fresh parse.
 #include <cstddef>
 #include <cstdint>
@@ -52,16 +52,33 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         std::abort();
     Walk(doc);
 
+    // Named searches find what the walk found first.
     doc.ResetPos();
     if (!doc.FindElem())
         return 0;
+    const CKvString root = doc.GetTagName();
+    doc.ResetPos();
+    if (!doc.FindElem(root))
+        std::abort();
+    if (doc.FindChildElem()) {
+        const CKvString child = doc.GetChildTagName();
+        doc.ResetPos();
+        if (!doc.FindElem(root) || !doc.FindChildElem(child) || !(doc.GetChildTagName() == child))
+            std::abort();
+    }
+
+    const char* value = size % 2 ? "<v&w>" : "";
     doc.SetAttrib("id", "x&'\"<y>");
-    doc.FindChildElem();
-    doc.AddChildElem("n", size % 2 ? "<v&w>" : "");
+    doc.AddChildElem("n", value);
     if (!parsed)
         return 0;
-    if (!(doc.GetChildData() == (size % 2 ? "<v&w>" : "")))
+    if (!(doc.GetChildData() == value))
         std::abort();
+    if (doc.IntoElem()) {
+        doc.AddElem("m", "w");
+        doc.SetAttrib("k", "");
+        doc.OutOfElem();
+    }
 
     CMarkup again;
     if (!again.SetDoc(doc.GetDoc()))
