@@ -34,10 +34,15 @@ public:
     int32_t miMatrixDiv;
     int32_t miMatrixWidth;
     int32_t miMatrixHeight;
-    // Ring of source rows. Allocated with miMatrixHeight bytes, not pointers:
-    // whoever fills it must stay within that many bytes.
+    // Ring of source rows, one pointer per kernel row.
     unsigned char** mpRows;
     int32_t* mpSums;
+
+    // What the three arrays hold: the caller's size may claim more than
+    // was copied, and Convert must not walk past it.
+    int32_t miMatrixCount;
+    int32_t miRowCount;
+    int32_t miSumCount;
 };
 
 #endif
