@@ -44,6 +44,11 @@ CImgProc::CImgProc()
     mConvFilter.SetParameter(static_cast<KORVA_ImageFilter>(1), nullptr, 0, 0, 0);
     mConvScale.SetParameter(static_cast<KORVA_Scale>(3));
 
+    // Entries above a source's largest value are never built, yet samples
+    // are never masked, so an out-of-range word indexes them. Zeroing them
+    // once makes that output the same on every object and every run instead
+    // of whatever the allocator left.
+    std::memset(mLutData, 0, sizeof(mLutData));
     for (int c = 0; c < 3; ++c)
         mpLUT[c] = mLutData[c];
 
