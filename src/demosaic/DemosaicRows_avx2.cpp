@@ -1,0 +1,5 @@
+#include "DemosaicRows.h"
+
+void DemosaicRowsAvx2(DemosaicRowSet*)
+{
+}

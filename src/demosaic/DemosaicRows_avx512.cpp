@@ -1,0 +1,5 @@
+#include "DemosaicRows.h"
+
+void DemosaicRowsAvx512(DemosaicRowSet*)
+{
+}
