@@ -1,5 +1,311 @@
+// AVX2 row functions for 8-bit Bayer sources, 32 pixels at a time; the
+// first pair and the rest of a row go to the portable function with the
+// values that carry from pair to pair, so that exactly the portable loop's
+// bytes are read and written. AVX2 has no byte permute over 256 entries:
+// tables that are not the identity are looked up sample by sample from the
+// vector's bytes.
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
 #include "DemosaicRows.h"
 
-void DemosaicRowsAvx2(DemosaicRowSet*)
+namespace demosaic_avx2 {
+
+const uint32_t kPairs = 16;  // pairs of columns in one vector: 32 pixels
+
+inline __m256i Load(const unsigned char* p)
 {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+inline void Store(unsigned char* p, __m256i v)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+struct ByteTables {
+    const uint8_t* bytes[3];
+    bool lookup[3];
+
+    explicit ByteTables(const DemosaicByteTables& t)
+    {
+        for (int k = 0; k < 3; ++k) {
+            bytes[k] = t.bytes[k];
+            lookup[k] = !t.identity[k];
+        }
+    }
+
+    __m256i operator()(int k, __m256i index) const
+    {
+        if (!lookup[k])
+            return index;
+        alignas(32) uint8_t v[32];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(v), index);
+        const uint8_t* const table = bytes[k];
+        for (int j = 0; j < 32; ++j)
+            v[j] = table[v[j]];
+        return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
+    }
+};
+
+// Byte shuffles that lay out three vectors of samples as packed three-byte
+// pixels, 16 pixels per 128-bit lane: masks[v][c] places channel c into
+// output vector v of a lane's 48 bytes.
+struct Interleave {
+    __m256i masks[3][3];
+
+    Interleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            for (int c = 0; c < 3; ++c) {
+                alignas(32) uint8_t m[32];
+                for (int j = 0; j < 16; ++j) {
+                    const int n = 16 * v + j;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? n / 3 : 0x80);
+                }
+                masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            }
+        }
+    }
+};
+
+const Interleave& Pattern()
+{
+    static const Interleave pattern;
+    return pattern;
+}
+
+template <int kLayout>
+inline void Put(const DemosaicRowArgs& r, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
+                const Interleave& il)
+{
+    if (kLayout == kLayoutPlanar) {
+        Store(r.out[0] + x, red);
+        Store(r.out[1] + x, green);
+        Store(r.out[2] + x, blue);
+        return;
+    }
+    const __m256i ch[3] = {kLayout == kLayoutRGB ? red : blue, green, kLayout == kLayoutRGB ? blue : red};
+    __m256i o[3];
+    for (int v = 0; v < 3; ++v)
+        o[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], il.masks[v][0]),
+                                               _mm256_shuffle_epi8(ch[1], il.masks[v][1])),
+                               _mm256_shuffle_epi8(ch[2], il.masks[v][2]));
+    // Low lanes hold pixels 0 to 15, high lanes 16 to 31.
+    unsigned char* out = r.out[0] + 3 * x;
+    Store(out, _mm256_permute2x128_si256(o[0], o[1], 0x20));
+    Store(out + 32, _mm256_permute2x128_si256(o[2], o[0], 0x30));
+    Store(out + 64, _mm256_permute2x128_si256(o[1], o[2], 0x31));
+}
+
+inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
+{
+    DemosaicRowArgs rest = r;
+    const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(pair);
+    for (int k = 0; k < 3; ++k)
+        if (rest.rows[k] != nullptr)
+            rest.rows[k] += x;
+    if (layout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            rest.out[k] += x;
+    } else {
+        rest.out[0] += 3 * x;
+    }
+    rest.count = r.count - pair;
+    return rest;
+}
+
+inline bool Vectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const ByteTables tables(*r.bytes);
+    const Interleave& il = Pattern();
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i rgBefore = Load(rg + c - 1);
+        const __m256i rgAt = Load(rg + c);
+        const __m256i gbBefore = Load(gb + c - 1);
+        const __m256i gbAt = Load(gb + c);
+        const __m256i red0 = _mm256_and_si256(rgAt, low);
+        const __m256i green = _mm256_and_si256(gbAt, low);
+        const __m256i sum0 = _mm256_add_epi16(_mm256_and_si256(rgBefore, low), green);
+        const __m256i sum1 = _mm256_add_epi16(green, _mm256_srli_epi16(rgAt, 8));
+        const __m256i red = _mm256_or_si256(red0, _mm256_slli_epi16(red0, 8));
+        const __m256i greens =
+            _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
+        const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
+        Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+    }
+    DemosaicRowArgs tail = From(r, p, kLayout);
+    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
+    tail.carry[0] = r.lut[2][gb[last]];
+    tail.carry[1] = rg[last];
+    if (tail.count > 0)
+        portable(tail);
+}
+
+template <int kLayout>
+void Bilinear(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    const Interleave& il = Pattern();
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const bool redRow = (r.phase & 1) != 0;
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
+        const __m256i acm = _mm256_add_epi16(am, cm);
+        const __m256i ac0 = _mm256_add_epi16(a0, c0);
+        const __m256i ac1 = _mm256_add_epi16(a1, c1);
+        const __m256i ac2 = _mm256_add_epi16(a2, c2);
+        __m256i r0, g0, b0out, r1, g1, b1out;
+        if (redRow) {
+            r0 = b0;
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
+            b1out = _mm256_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm256_srli_epi16(ac0, 1);
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        const __m256i red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
+        const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
+        const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
+        Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
+    }
+    DemosaicRowArgs tail = From(r, p, kLayout);
+    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
+    tail.carry[0] = a[last];
+    tail.carry[1] = b[last];
+    tail.carry[2] = c[last];
+    if (tail.count > 0)
+        portable(tail);
+}
+
+inline __m256i Widen(const unsigned char* p)
+{
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
+// One row of the 5x5 brightness, 16 outputs at a time; see the AVX-512
+// version for the range of the sums.
+void Mono(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
+    if (r.step != 1) {
+        portable(r);
+        return;
+    }
+    const unsigned char* const* rows = r.rows;
+    uint32_t x = 0;
+    for (; x + 16 <= r.count; x += 16) {
+        __m256i s04[5], s13[5], s2[5];
+        for (int j = 0; j < 5; ++j) {
+            s04[j] = _mm256_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
+            s13[j] = _mm256_add_epi16(Widen(rows[1] + x + j), Widen(rows[3] + x + j));
+            s2[j] = Widen(rows[2] + x + j);
+        }
+        const __m256i s13mid = _mm256_add_epi16(s13[1], s13[3]);
+        const __m256i s2mid = _mm256_add_epi16(s2[1], s2[3]);
+        const __m256i positive = _mm256_add_epi16(
+            _mm256_add_epi16(_mm256_slli_epi16(s13mid, 1), _mm256_mullo_epi16(s13[2], _mm256_set1_epi16(6))),
+            _mm256_add_epi16(_mm256_mullo_epi16(s2mid, _mm256_set1_epi16(6)), _mm256_slli_epi16(s2[2], 4)));
+        const __m256i negative = _mm256_add_epi16(
+            _mm256_add_epi16(_mm256_add_epi16(s04[1], s04[3]), _mm256_slli_epi16(s04[2], 1)),
+            _mm256_add_epi16(_mm256_add_epi16(s13[0], s13[4]), _mm256_slli_epi16(_mm256_add_epi16(s2[0], s2[4]), 1)));
+        const __m256i sum = _mm256_max_epi16(_mm256_sub_epi16(positive, negative), _mm256_setzero_si256());
+        const __m256i v = _mm256_srli_epi16(sum, 5);
+        // packus saturates at 255; the lanes are interleaved by 128 bits.
+        const __m256i packed = _mm256_packus_epi16(v, v);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(r.out[0] + x),
+                         _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
+    }
+    DemosaicRowArgs tail = r;
+    for (int k = 0; k < 5; ++k)
+        tail.rows[k] += x;
+    tail.out[0] += x;
+    tail.count = r.count - x;
+    if (tail.count > 0)
+        portable(tail);
+}
+
+void Raw(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
+    // Only the identity is worth a vector here: it is a copy.
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || !r.bytes->identity[0]) {
+        portable(r);
+        return;
+    }
+    uint32_t x = 0;
+    for (; x + 32 <= r.count; x += 32)
+        Store(r.out[0] + x, Load(r.rows[0] + x));
+    DemosaicRowArgs tail = r;
+    tail.rows[0] += x;
+    tail.out[0] += x;
+    tail.count = r.count - x;
+    if (tail.count > 0)
+        portable(tail);
+}
+
+}  // namespace demosaic_avx2
+
+void DemosaicRowsAvx2(DemosaicRowSet* set)
+{
+    using namespace demosaic_avx2;
+    set->nearest[kLayoutRGB][kWidthByteToByte] = Nearest<kLayoutRGB>;
+    set->nearest[kLayoutBGR][kWidthByteToByte] = Nearest<kLayoutBGR>;
+    set->nearest[kLayoutPlanar][kWidthByteToByte] = Nearest<kLayoutPlanar>;
+    set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
+    set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
+    set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->raw[kWidthByteToByte] = Raw;
+    set->mono[kWidthByteToByte] = Mono;
 }

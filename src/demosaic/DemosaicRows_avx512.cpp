@@ -1,5 +1,318 @@
+// AVX-512 (F, BW, VL, VBMI) row functions for 8-bit Bayer sources. Each
+// computes the interior of a row 64 pixels at a time and leaves the first
+// pair and the rest to the portable function, with the values that carry
+// from pair to pair, so that it reads and writes exactly what the portable
+// loop does. Tables that are not the identity go through byte permutes.
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
 #include "DemosaicRows.h"
 
-void DemosaicRowsAvx512(DemosaicRowSet*)
+namespace demosaic_avx512 {
+
+const uint32_t kPairs = 32;  // pairs of columns in one vector: 64 pixels
+
+// The 256 low bytes of a table as four vectors, or nothing for the identity.
+struct ByteTables {
+    __m512i part[3][4];
+    bool lookup[3];
+
+    explicit ByteTables(const DemosaicByteTables& t)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lookup[k] = !t.identity[k];
+            for (int q = 0; q < 4; ++q)
+                part[k][q] = _mm512_loadu_si512(t.bytes[k] + 64 * q);
+        }
+    }
+
+    // Bits 0 to 6 pick one of 128 entries from a pair of vectors, bit 7 the
+    // pair.
+    __m512i operator()(int k, __m512i index) const
+    {
+        if (!lookup[k])
+            return index;
+        const __m512i low = _mm512_permutex2var_epi8(part[k][0], index, part[k][1]);
+        const __m512i high = _mm512_permutex2var_epi8(part[k][2], index, part[k][3]);
+        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+    }
+};
+
+// Byte permutes that lay three vectors of 64 samples out as 64 packed
+// three-byte pixels: for each output vector, the first two samples of each
+// pixel come from one two-source permute, the third is merged under a mask.
+struct Interleave {
+    __m512i firstTwo[3];
+    __m512i third[3];
+    __mmask64 thirdMask[3];
+
+    Interleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            alignas(64) uint8_t two[64];
+            alignas(64) uint8_t one[64];
+            uint64_t mask = 0;
+            for (int j = 0; j < 64; ++j) {
+                const int n = 64 * v + j;
+                const int pixel = n / 3;
+                const int channel = n % 3;
+                two[j] = static_cast<uint8_t>(channel == 1 ? pixel | 64 : pixel);
+                one[j] = static_cast<uint8_t>(pixel);
+                if (channel == 2)
+                    mask |= uint64_t(1) << j;
+            }
+            firstTwo[v] = _mm512_load_si512(two);
+            third[v] = _mm512_load_si512(one);
+            thirdMask[v] = mask;
+        }
+    }
+};
+
+const Interleave& Pattern()
 {
+    static const Interleave pattern;
+    return pattern;
+}
+
+// 64 pixels at pixel `x` of the destination: packed red first, blue first,
+// or three planes.
+template <int kLayout>
+inline void Put(const DemosaicRowArgs& r, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
+                const Interleave& il)
+{
+    if (kLayout == kLayoutPlanar) {
+        _mm512_storeu_si512(r.out[0] + x, red);
+        _mm512_storeu_si512(r.out[1] + x, green);
+        _mm512_storeu_si512(r.out[2] + x, blue);
+        return;
+    }
+    const __m512i first = kLayout == kLayoutRGB ? red : blue;
+    const __m512i last = kLayout == kLayoutRGB ? blue : red;
+    unsigned char* out = r.out[0] + 3 * x;
+    for (int v = 0; v < 3; ++v) {
+        const __m512i two = _mm512_permutex2var_epi8(first, il.firstTwo[v], green);
+        _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(two, il.thirdMask[v], il.third[v], last));
+    }
+}
+
+// The record for pairs from `pair` on.
+inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
+{
+    DemosaicRowArgs rest = r;
+    const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(pair);
+    for (int k = 0; k < 3; ++k)
+        if (rest.rows[k] != nullptr)
+            rest.rows[k] += x;
+    if (layout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            rest.out[k] += x;
+    } else {
+        rest.out[0] += 3 * x;
+    }
+    rest.count = r.count - pair;
+    return rest;
+}
+
+inline bool Vectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
+}
+
+inline __m512i Load(const unsigned char* p)
+{
+    return _mm512_loadu_si512(p);
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    // The first pair carries in from outside the row.
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const ByteTables tables(*r.bytes);
+    const Interleave& il = Pattern();
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    uint32_t p = 1;
+    // Each 16-bit lane is one pair: loads one sample early put the left
+    // neighbour in the low byte.
+    for (; p + kPairs <= r.count; p += kPairs) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i rgBefore = Load(rg + c - 1);  // rg[c-1], rg[c]
+        const __m512i rgAt = Load(rg + c);          // rg[c], rg[c+1]
+        const __m512i gbBefore = Load(gb + c - 1);  // gb[c-1], gb[c]
+        const __m512i gbAt = Load(gb + c);          // gb[c], gb[c+1]
+        const __m512i red0 = _mm512_and_si512(rgAt, low);
+        const __m512i green = _mm512_and_si512(gbAt, low);
+        const __m512i sum0 = _mm512_add_epi16(_mm512_and_si512(rgBefore, low), green);
+        const __m512i sum1 = _mm512_add_epi16(green, _mm512_srli_epi16(rgAt, 8));
+        const __m512i red = _mm512_or_si512(red0, _mm512_slli_epi16(red0, 8));
+        const __m512i greens = _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
+        // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
+        const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
+        Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+    }
+    DemosaicRowArgs tail = From(r, p, kLayout);
+    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
+    tail.carry[0] = r.lut[2][gb[last]];
+    tail.carry[1] = rg[last];
+    if (tail.count > 0)
+        portable(tail);
+}
+
+template <int kLayout>
+void Bilinear(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    const Interleave& il = Pattern();
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    const bool redRow = (r.phase & 1) != 0;
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
+        const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m512i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m512i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m512i am = _mm512_and_si512(aL, low), a0 = _mm512_srli_epi16(aL, 8);
+        const __m512i a1 = _mm512_and_si512(aH, low), a2 = _mm512_srli_epi16(aH, 8);
+        const __m512i bm = _mm512_and_si512(bL, low), b0 = _mm512_srli_epi16(bL, 8);
+        const __m512i b1 = _mm512_and_si512(bH, low), b2 = _mm512_srli_epi16(bH, 8);
+        const __m512i cm = _mm512_and_si512(cL, low), c0 = _mm512_srli_epi16(cL, 8);
+        const __m512i c1 = _mm512_and_si512(cH, low), c2 = _mm512_srli_epi16(cH, 8);
+        const __m512i acm = _mm512_add_epi16(am, cm);
+        const __m512i ac0 = _mm512_add_epi16(a0, c0);
+        const __m512i ac1 = _mm512_add_epi16(a1, c1);
+        const __m512i ac2 = _mm512_add_epi16(a2, c2);
+        __m512i r0, g0, b0out, r1, g1, b1out;
+        if (redRow) {
+            r0 = b0;
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(b0, b2), 1);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b1, 2)), 3);
+            b1out = _mm512_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm512_srli_epi16(ac0, 1);
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b0, 2)), 3);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(bm, b1), 1);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        const __m512i red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
+        const __m512i green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
+        const __m512i blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
+        Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
+    }
+    DemosaicRowArgs tail = From(r, p, kLayout);
+    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
+    tail.carry[0] = a[last];
+    tail.carry[1] = b[last];
+    tail.carry[2] = c[last];
+    if (tail.count > 0)
+        portable(tail);
+}
+
+// The mosaic through the red table, 64 sites at a time.
+void Raw(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid) {
+        portable(r);
+        return;
+    }
+    const ByteTables tables(*r.bytes);
+    uint32_t x = 0;
+    for (; x + 64 <= r.count; x += 64)
+        _mm512_storeu_si512(r.out[0] + x, tables(0, Load(r.rows[0] + x)));
+    DemosaicRowArgs tail = r;
+    tail.rows[0] += x;
+    tail.out[0] += x;
+    tail.count = r.count - x;
+    if (tail.count > 0)
+        portable(tail);
+}
+
+inline __m512i Widen(const unsigned char* p)
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+}
+
+// One row of the 5x5 brightness, 32 outputs at a time in 16-bit lanes: the
+// sum lies between -4080 and 12240. A negative sum clamps to 0 whichever
+// way the division rounds, so the quotient is a plain shift of the rest.
+void Mono(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
+    if (r.step != 1) {
+        portable(r);
+        return;
+    }
+    const unsigned char* const* rows = r.rows;
+    uint32_t x = 0;
+    for (; x + 32 <= r.count; x += 32) {
+        __m512i s04[5], s13[5], s2[5];
+        for (int j = 0; j < 5; ++j) {
+            s04[j] = _mm512_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
+            s13[j] = _mm512_add_epi16(Widen(rows[1] + x + j), Widen(rows[3] + x + j));
+            s2[j] = Widen(rows[2] + x + j);
+        }
+        // Outer rows: 0 -1 -2 -1 0; next rows: -1 2 6 2 -1; centre: -2 6 16 6 -2.
+        const __m512i s13mid = _mm512_add_epi16(s13[1], s13[3]);
+        const __m512i s2mid = _mm512_add_epi16(s2[1], s2[3]);
+        const __m512i positive = _mm512_add_epi16(
+            _mm512_add_epi16(_mm512_slli_epi16(s13mid, 1), _mm512_mullo_epi16(s13[2], _mm512_set1_epi16(6))),
+            _mm512_add_epi16(_mm512_mullo_epi16(s2mid, _mm512_set1_epi16(6)), _mm512_slli_epi16(s2[2], 4)));
+        const __m512i negative = _mm512_add_epi16(
+            _mm512_add_epi16(_mm512_add_epi16(s04[1], s04[3]), _mm512_slli_epi16(s04[2], 1)),
+            _mm512_add_epi16(_mm512_add_epi16(s13[0], s13[4]), _mm512_slli_epi16(_mm512_add_epi16(s2[0], s2[4]), 1)));
+        const __m512i sum = _mm512_max_epi16(_mm512_sub_epi16(positive, negative), _mm512_setzero_si512());
+        const __m512i v = _mm512_min_epi16(_mm512_srli_epi16(sum, 5), _mm512_set1_epi16(255));
+        _mm512_mask_cvtepi16_storeu_epi8(r.out[0] + x, ~__mmask32(0), v);
+    }
+    DemosaicRowArgs tail = r;
+    for (int k = 0; k < 5; ++k)
+        tail.rows[k] += x;
+    tail.out[0] += x;
+    tail.count = r.count - x;
+    if (tail.count > 0)
+        portable(tail);
+}
+
+}  // namespace demosaic_avx512
+
+void DemosaicRowsAvx512(DemosaicRowSet* set)
+{
+    using namespace demosaic_avx512;
+    set->nearest[kLayoutRGB][kWidthByteToByte] = Nearest<kLayoutRGB>;
+    set->nearest[kLayoutBGR][kWidthByteToByte] = Nearest<kLayoutBGR>;
+    set->nearest[kLayoutPlanar][kWidthByteToByte] = Nearest<kLayoutPlanar>;
+    set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
+    set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
+    set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->raw[kWidthByteToByte] = Raw;
+    set->mono[kWidthByteToByte] = Mono;
 }
