@@ -139,8 +139,7 @@ void Nearest(const DemosaicRowArgs& r)
     const ByteTables tables(*r.bytes);
     const Interleave& il = Pattern();
     const __m256i low = _mm256_set1_epi16(0x00FF);
-    uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs) {
+    const auto vector = [&](uint32_t p) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i rgBefore = Load(rg + c - 1);
         const __m256i rgAt = Load(rg + c);
@@ -155,13 +154,14 @@ void Nearest(const DemosaicRowArgs& r)
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
         Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
-    }
-    DemosaicRowArgs tail = From(r, p, kLayout);
-    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
-    tail.carry[0] = r.lut[2][gb[last]];
-    tail.carry[1] = rg[last];
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < r.count)
+        vector(r.count - kPairs);
 }
 
 template <int kLayout>
@@ -183,8 +183,7 @@ void Bilinear(const DemosaicRowArgs& r)
     const Interleave& il = Pattern();
     const __m256i low = _mm256_set1_epi16(0x00FF);
     const bool redRow = (r.phase & 1) != 0;
-    uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs) {
+    const auto vector = [&](uint32_t p) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
         const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
@@ -219,14 +218,14 @@ void Bilinear(const DemosaicRowArgs& r)
         const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
         const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
         Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
-    }
-    DemosaicRowArgs tail = From(r, p, kLayout);
-    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
-    tail.carry[0] = a[last];
-    tail.carry[1] = b[last];
-    tail.carry[2] = c[last];
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < r.count)
+        vector(r.count - kPairs);
 }
 
 inline __m256i Widen(const unsigned char* p)
@@ -239,13 +238,12 @@ inline __m256i Widen(const unsigned char* p)
 void Mono(const DemosaicRowArgs& r)
 {
     const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
-    if (r.step != 1) {
+    if (r.step != 1 || r.count < 16) {
         portable(r);
         return;
     }
     const unsigned char* const* rows = r.rows;
-    uint32_t x = 0;
-    for (; x + 16 <= r.count; x += 16) {
+    const auto vector = [&](uint32_t x) {
         __m256i s04[5], s13[5], s2[5];
         for (int j = 0; j < 5; ++j) {
             s04[j] = _mm256_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
@@ -266,33 +264,30 @@ void Mono(const DemosaicRowArgs& r)
         const __m256i packed = _mm256_packus_epi16(v, v);
         _mm_storeu_si128(reinterpret_cast<__m128i*>(r.out[0] + x),
                          _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
-    }
-    DemosaicRowArgs tail = r;
-    for (int k = 0; k < 5; ++k)
-        tail.rows[k] += x;
-    tail.out[0] += x;
-    tail.count = r.count - x;
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t x = 0;
+    for (; x + 16 <= r.count; x += 16)
+        vector(x);
+    // The last vector ends at the row's end: some outputs get the same
+    // bytes again.
+    if (x < r.count)
+        vector(r.count - 16);
 }
 
 void Raw(const DemosaicRowArgs& r)
 {
     const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
     // Only the identity is worth a vector here: it is a copy.
-    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || !r.bytes->identity[0]) {
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || !r.bytes->identity[0] || r.count < 32) {
         portable(r);
         return;
     }
+    const auto vector = [&](uint32_t x) { Store(r.out[0] + x, Load(r.rows[0] + x)); };
     uint32_t x = 0;
     for (; x + 32 <= r.count; x += 32)
-        Store(r.out[0] + x, Load(r.rows[0] + x));
-    DemosaicRowArgs tail = r;
-    tail.rows[0] += x;
-    tail.out[0] += x;
-    tail.count = r.count - x;
-    if (tail.count > 0)
-        portable(tail);
+        vector(x);
+    if (x < r.count)
+        vector(r.count - 32);
 }
 
 }  // namespace demosaic_avx2

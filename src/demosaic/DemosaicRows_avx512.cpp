@@ -143,10 +143,9 @@ void Nearest(const DemosaicRowArgs& r)
     const ByteTables tables(*r.bytes);
     const Interleave& il = Pattern();
     const __m512i low = _mm512_set1_epi16(0x00FF);
-    uint32_t p = 1;
     // Each 16-bit lane is one pair: loads one sample early put the left
     // neighbour in the low byte.
-    for (; p + kPairs <= r.count; p += kPairs) {
+    const auto vector = [&](uint32_t p) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
         const __m512i rgBefore = Load(rg + c - 1);  // rg[c-1], rg[c]
         const __m512i rgAt = Load(rg + c);          // rg[c], rg[c+1]
@@ -161,13 +160,14 @@ void Nearest(const DemosaicRowArgs& r)
         // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
         const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
         Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
-    }
-    DemosaicRowArgs tail = From(r, p, kLayout);
-    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
-    tail.carry[0] = r.lut[2][gb[last]];
-    tail.carry[1] = rg[last];
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < r.count)
+        vector(r.count - kPairs);
 }
 
 template <int kLayout>
@@ -189,8 +189,7 @@ void Bilinear(const DemosaicRowArgs& r)
     const Interleave& il = Pattern();
     const __m512i low = _mm512_set1_epi16(0x00FF);
     const bool redRow = (r.phase & 1) != 0;
-    uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs) {
+    const auto vector = [&](uint32_t p) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
         const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
@@ -226,34 +225,31 @@ void Bilinear(const DemosaicRowArgs& r)
         const __m512i green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
         const __m512i blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
         Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
-    }
-    DemosaicRowArgs tail = From(r, p, kLayout);
-    const std::ptrdiff_t last = 2 * static_cast<std::ptrdiff_t>(p) - 1;
-    tail.carry[0] = a[last];
-    tail.carry[1] = b[last];
-    tail.carry[2] = c[last];
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= r.count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < r.count)
+        vector(r.count - kPairs);
 }
 
 // The mosaic through the red table, 64 sites at a time.
 void Raw(const DemosaicRowArgs& r)
 {
     const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
-    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid) {
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || r.count < 64) {
         portable(r);
         return;
     }
     const ByteTables tables(*r.bytes);
+    const auto vector = [&](uint32_t x) { _mm512_storeu_si512(r.out[0] + x, tables(0, Load(r.rows[0] + x))); };
     uint32_t x = 0;
     for (; x + 64 <= r.count; x += 64)
-        _mm512_storeu_si512(r.out[0] + x, tables(0, Load(r.rows[0] + x)));
-    DemosaicRowArgs tail = r;
-    tail.rows[0] += x;
-    tail.out[0] += x;
-    tail.count = r.count - x;
-    if (tail.count > 0)
-        portable(tail);
+        vector(x);
+    if (x < r.count)
+        vector(r.count - 64);
 }
 
 inline __m512i Widen(const unsigned char* p)
@@ -267,13 +263,12 @@ inline __m512i Widen(const unsigned char* p)
 void Mono(const DemosaicRowArgs& r)
 {
     const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
-    if (r.step != 1) {
+    if (r.step != 1 || r.count < 32) {
         portable(r);
         return;
     }
     const unsigned char* const* rows = r.rows;
-    uint32_t x = 0;
-    for (; x + 32 <= r.count; x += 32) {
+    const auto vector = [&](uint32_t x) {
         __m512i s04[5], s13[5], s2[5];
         for (int j = 0; j < 5; ++j) {
             s04[j] = _mm512_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
@@ -292,14 +287,14 @@ void Mono(const DemosaicRowArgs& r)
         const __m512i sum = _mm512_max_epi16(_mm512_sub_epi16(positive, negative), _mm512_setzero_si512());
         const __m512i v = _mm512_min_epi16(_mm512_srli_epi16(sum, 5), _mm512_set1_epi16(255));
         _mm512_mask_cvtepi16_storeu_epi8(r.out[0] + x, ~__mmask32(0), v);
-    }
-    DemosaicRowArgs tail = r;
-    for (int k = 0; k < 5; ++k)
-        tail.rows[k] += x;
-    tail.out[0] += x;
-    tail.count = r.count - x;
-    if (tail.count > 0)
-        portable(tail);
+    };
+    uint32_t x = 0;
+    for (; x + 32 <= r.count; x += 32)
+        vector(x);
+    // The last vector ends at the row's end: some outputs get the same
+    // bytes again.
+    if (x < r.count)
+        vector(r.count - 32);
 }
 
 }  // namespace demosaic_avx512
