@@ -77,27 +77,32 @@ const Interleave& Pattern()
     return pattern;
 }
 
+// Destination rows of one call, held by value.
+struct Outs {
+    unsigned char* out[3];
+};
+
 template <int kLayout>
-inline void Put(const DemosaicRowArgs& r, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
+inline void Put(const Outs& o, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
                 const Interleave& il)
 {
     if (kLayout == kLayoutPlanar) {
-        Store(r.out[0] + x, red);
-        Store(r.out[1] + x, green);
-        Store(r.out[2] + x, blue);
+        Store(o.out[0] + x, red);
+        Store(o.out[1] + x, green);
+        Store(o.out[2] + x, blue);
         return;
     }
     const __m256i ch[3] = {kLayout == kLayoutRGB ? red : blue, green, kLayout == kLayoutRGB ? blue : red};
-    __m256i o[3];
+    __m256i lanes[3];
     for (int v = 0; v < 3; ++v)
-        o[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], il.masks[v][0]),
-                                               _mm256_shuffle_epi8(ch[1], il.masks[v][1])),
-                               _mm256_shuffle_epi8(ch[2], il.masks[v][2]));
+        lanes[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], il.masks[v][0]),
+                                                   _mm256_shuffle_epi8(ch[1], il.masks[v][1])),
+                                   _mm256_shuffle_epi8(ch[2], il.masks[v][2]));
     // Low lanes hold pixels 0 to 15, high lanes 16 to 31.
-    unsigned char* out = r.out[0] + 3 * x;
-    Store(out, _mm256_permute2x128_si256(o[0], o[1], 0x20));
-    Store(out + 32, _mm256_permute2x128_si256(o[2], o[0], 0x30));
-    Store(out + 64, _mm256_permute2x128_si256(o[1], o[2], 0x31));
+    unsigned char* out = o.out[0] + 3 * x;
+    Store(out, _mm256_permute2x128_si256(lanes[0], lanes[1], 0x20));
+    Store(out + 32, _mm256_permute2x128_si256(lanes[2], lanes[0], 0x30));
+    Store(out + 64, _mm256_permute2x128_si256(lanes[1], lanes[2], 0x31));
 }
 
 inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
@@ -137,7 +142,10 @@ void Nearest(const DemosaicRowArgs& r)
     const unsigned char* const rg = r.rows[0];
     const unsigned char* const gb = r.rows[1];
     const ByteTables tables(*r.bytes);
-    const Interleave& il = Pattern();
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
     const __m256i low = _mm256_set1_epi16(0x00FF);
     const auto vector = [&](uint32_t p) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
@@ -153,15 +161,15 @@ void Nearest(const DemosaicRowArgs& r)
         const __m256i greens =
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
-        Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
     };
     uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs)
+    for (; p + kPairs <= count; p += kPairs)
         vector(p);
     // The last vector ends at the row's last pair; the pairs it shares with
     // the one before get the same bytes again.
-    if (p < r.count)
-        vector(r.count - kPairs);
+    if (p < count)
+        vector(count - kPairs);
 }
 
 template <int kLayout>
@@ -180,7 +188,10 @@ void Bilinear(const DemosaicRowArgs& r)
     const unsigned char* const b = r.rows[1];
     const unsigned char* const c = r.rows[2];
     const ByteTables tables(*r.bytes);
-    const Interleave& il = Pattern();
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
     const __m256i low = _mm256_set1_epi16(0x00FF);
     const bool redRow = (r.phase & 1) != 0;
     const auto vector = [&](uint32_t p) {
@@ -217,15 +228,15 @@ void Bilinear(const DemosaicRowArgs& r)
         const __m256i red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
         const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
         const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
-        Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
+        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
     };
     uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs)
+    for (; p + kPairs <= count; p += kPairs)
         vector(p);
     // The last vector ends at the row's last pair; the pairs it shares with
     // the one before get the same bytes again.
-    if (p < r.count)
-        vector(r.count - kPairs);
+    if (p < count)
+        vector(count - kPairs);
 }
 
 inline __m256i Widen(const unsigned char* p)
@@ -242,7 +253,10 @@ void Mono(const DemosaicRowArgs& r)
         portable(r);
         return;
     }
-    const unsigned char* const* rows = r.rows;
+    // Copies, so that stores need not reload them.
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    unsigned char* const out = r.out[0];
+    const uint32_t count = r.count;
     const auto vector = [&](uint32_t x) {
         __m256i s04[5], s13[5], s2[5];
         for (int j = 0; j < 5; ++j) {
@@ -262,16 +276,16 @@ void Mono(const DemosaicRowArgs& r)
         const __m256i v = _mm256_srli_epi16(sum, 5);
         // packus saturates at 255; the lanes are interleaved by 128 bits.
         const __m256i packed = _mm256_packus_epi16(v, v);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(r.out[0] + x),
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x),
                          _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
     };
     uint32_t x = 0;
-    for (; x + 16 <= r.count; x += 16)
+    for (; x + 16 <= count; x += 16)
         vector(x);
     // The last vector ends at the row's end: some outputs get the same
     // bytes again.
-    if (x < r.count)
-        vector(r.count - 16);
+    if (x < count)
+        vector(count - 16);
 }
 
 void Raw(const DemosaicRowArgs& r)

@@ -78,19 +78,24 @@ const Interleave& Pattern()
 
 // 64 pixels at pixel `x` of the destination: packed red first, blue first,
 // or three planes.
+// Destination rows of one call, held by value.
+struct Outs {
+    unsigned char* out[3];
+};
+
 template <int kLayout>
-inline void Put(const DemosaicRowArgs& r, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
+inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
                 const Interleave& il)
 {
     if (kLayout == kLayoutPlanar) {
-        _mm512_storeu_si512(r.out[0] + x, red);
-        _mm512_storeu_si512(r.out[1] + x, green);
-        _mm512_storeu_si512(r.out[2] + x, blue);
+        _mm512_storeu_si512(o.out[0] + x, red);
+        _mm512_storeu_si512(o.out[1] + x, green);
+        _mm512_storeu_si512(o.out[2] + x, blue);
         return;
     }
     const __m512i first = kLayout == kLayoutRGB ? red : blue;
     const __m512i last = kLayout == kLayoutRGB ? blue : red;
-    unsigned char* out = r.out[0] + 3 * x;
+    unsigned char* out = o.out[0] + 3 * x;
     for (int v = 0; v < 3; ++v) {
         const __m512i two = _mm512_permutex2var_epi8(first, il.firstTwo[v], green);
         _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(two, il.thirdMask[v], il.third[v], last));
@@ -141,7 +146,10 @@ void Nearest(const DemosaicRowArgs& r)
     const unsigned char* const rg = r.rows[0];
     const unsigned char* const gb = r.rows[1];
     const ByteTables tables(*r.bytes);
-    const Interleave& il = Pattern();
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
     const __m512i low = _mm512_set1_epi16(0x00FF);
     // Each 16-bit lane is one pair: loads one sample early put the left
     // neighbour in the low byte.
@@ -159,15 +167,15 @@ void Nearest(const DemosaicRowArgs& r)
         const __m512i greens = _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
         // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
         const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
-        Put<kLayout>(r, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
     };
     uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs)
+    for (; p + kPairs <= count; p += kPairs)
         vector(p);
     // The last vector ends at the row's last pair; the pairs it shares with
     // the one before get the same bytes again.
-    if (p < r.count)
-        vector(r.count - kPairs);
+    if (p < count)
+        vector(count - kPairs);
 }
 
 template <int kLayout>
@@ -186,7 +194,10 @@ void Bilinear(const DemosaicRowArgs& r)
     const unsigned char* const b = r.rows[1];
     const unsigned char* const c = r.rows[2];
     const ByteTables tables(*r.bytes);
-    const Interleave& il = Pattern();
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
     const __m512i low = _mm512_set1_epi16(0x00FF);
     const bool redRow = (r.phase & 1) != 0;
     const auto vector = [&](uint32_t p) {
@@ -224,15 +235,15 @@ void Bilinear(const DemosaicRowArgs& r)
         const __m512i red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
         const __m512i green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
         const __m512i blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
-        Put<kLayout>(r, i, tables(0, red), tables(1, green), tables(2, blue), il);
+        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
     };
     uint32_t p = 1;
-    for (; p + kPairs <= r.count; p += kPairs)
+    for (; p + kPairs <= count; p += kPairs)
         vector(p);
     // The last vector ends at the row's last pair; the pairs it shares with
     // the one before get the same bytes again.
-    if (p < r.count)
-        vector(r.count - kPairs);
+    if (p < count)
+        vector(count - kPairs);
 }
 
 // The mosaic through the red table, 64 sites at a time.
@@ -267,7 +278,10 @@ void Mono(const DemosaicRowArgs& r)
         portable(r);
         return;
     }
-    const unsigned char* const* rows = r.rows;
+    // Copies, so that stores need not reload them.
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    unsigned char* const out = r.out[0];
+    const uint32_t count = r.count;
     const auto vector = [&](uint32_t x) {
         __m512i s04[5], s13[5], s2[5];
         for (int j = 0; j < 5; ++j) {
@@ -286,10 +300,10 @@ void Mono(const DemosaicRowArgs& r)
             _mm512_add_epi16(_mm512_add_epi16(s13[0], s13[4]), _mm512_slli_epi16(_mm512_add_epi16(s2[0], s2[4]), 1)));
         const __m512i sum = _mm512_max_epi16(_mm512_sub_epi16(positive, negative), _mm512_setzero_si512());
         const __m512i v = _mm512_min_epi16(_mm512_srli_epi16(sum, 5), _mm512_set1_epi16(255));
-        _mm512_mask_cvtepi16_storeu_epi8(r.out[0] + x, ~__mmask32(0), v);
+        _mm512_mask_cvtepi16_storeu_epi8(out + x, ~__mmask32(0), v);
     };
     uint32_t x = 0;
-    for (; x + 32 <= r.count; x += 32)
+    for (; x + 32 <= count; x += 32)
         vector(x);
     // The last vector ends at the row's end: some outputs get the same
     // bytes again.
