@@ -305,3 +305,27 @@ void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, co
     }
     out->valid = true;
 }
+
+void DemosaicRows::FillRescale(const uint16_t* red, const uint16_t* green, const uint16_t* blue, uint32_t srcMax,
+                               uint32_t dstMax, DemosaicByteTables* out)
+{
+    // A shift that keeps i * mul + add below 2^32 for every i up to srcMax.
+    uint32_t bits = 0;
+    while (bits < 32 && (dstMax >> bits) != 0)
+        ++bits;
+    const uint32_t shift = bits < 31 ? 31 - bits : 0;
+    const uint64_t mul = ((static_cast<uint64_t>(dstMax) << (shift + 1)) + srcMax) / (2 * static_cast<uint64_t>(srcMax));
+    const uint32_t add = shift > 0 ? 1u << (shift - 1) : 0u;
+    const uint16_t* const tables[3] = {red, green, blue};
+    for (int t = 0; t < 3; ++t) {
+        bool exact = srcMax > 0 && srcMax < 65535 && mul <= 0xFFFFFFFFu;
+        for (uint32_t i = 0; exact && i <= srcMax; ++i)
+            exact = static_cast<uint64_t>(tables[t][i]) == ((i * mul + add) >> shift) &&
+                    i * mul + add <= 0xFFFFFFFFu;
+        out->rescale[t] = exact;
+        out->mul[t] = static_cast<uint32_t>(mul);
+        out->add[t] = add;
+        out->shift[t] = shift;
+        out->limit[t] = srcMax;
+    }
+}

@@ -18,6 +18,15 @@ struct DemosaicByteTables {
     uint8_t bytes[3][256];  // red, green, blue
     bool identity[3];
     bool valid;             // false: the fast paths use the 16-bit tables
+    // Deep sources: a table that is a rounded rescale, entry i being
+    // (i * mul + add) >> shift for every i up to `limit`, as verified entry by
+    // entry, can be computed instead of looked up. Indices above `limit` are
+    // always looked up.
+    bool rescale[3];
+    uint32_t mul[3];
+    uint32_t add[3];
+    uint32_t shift[3];
+    uint32_t limit[3];
 };
 
 struct DemosaicRowArgs {
@@ -74,6 +83,10 @@ public:
     // Low bytes and identity flags of three tables of at least 256 entries.
     static void FillByteTables(const uint16_t* red, const uint16_t* green, const uint16_t* blue,
                                DemosaicByteTables* out);
+    // The rescale from `srcMax` to `dstMax` (largest values of the two
+    // depths), for each table that follows it exactly up to srcMax.
+    static void FillRescale(const uint16_t* red, const uint16_t* green, const uint16_t* blue, uint32_t srcMax,
+                            uint32_t dstMax, DemosaicByteTables* out);
 };
 
 // Filled by the per-level files; entries they leave null fall back to the

@@ -5,6 +5,11 @@
 // loop does. Tables that are not the identity go through byte permutes.
 #include <immintrin.h>
 
+// Several AVX-512 intrinsics start from a deliberately undefined vector,
+// which GCC 12 reports as uninitialised wherever they are inlined.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -311,6 +316,257 @@ void Mono(const DemosaicRowArgs& r)
         vector(r.count - 32);
 }
 
+
+// ---- 16-bit sources: 10- and 12-bit mosaics -------------------------------
+// A word indexes the table as it stands, also above the depth's largest
+// value. Entries come from 32-bit gathers, each of which also reads the
+// entry after the wanted one; a vector that holds the last index of a table
+// is looked up entry by entry instead, so that nothing past a table is read.
+
+const uint32_t kWordPairs = 16;  // pairs in one vector of 32-bit lanes: 32 pixels
+
+// Logical right shift of 32-bit lanes.
+template <unsigned kCount>
+inline __m512i Shr32(__m512i v)
+{
+    return _mm512_maskz_srli_epi32(0xFFFF, v, kCount);
+}
+
+inline __m512i Gather(const uint16_t* table, __m512i index)
+{
+    const __m512i last = _mm512_set1_epi32(0xFFFF);
+    if (_mm512_cmpeq_epi32_mask(index, last) == 0)
+        return _mm512_and_si512(_mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, index, table, 2), last);
+    alignas(64) uint32_t v[16];
+    _mm512_store_si512(v, index);
+    for (int j = 0; j < 16; ++j)
+        v[j] = table[v[j]];
+    return _mm512_load_si512(v);
+}
+
+// Table entries of 16 indices: computed where the table is a verified
+// rescale and every index is within it, else gathered.
+struct DeepTables {
+    const uint16_t* lut[3];
+    bool rescale[3];
+    __m512i mul[3], add[3], limit[3];
+    __m128i shift[3];
+
+    explicit DeepTables(const DemosaicRowArgs& r)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lut[k] = r.lut[k];
+            rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
+            mul[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->mul[k]) : 0);
+            add[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->add[k]) : 0);
+            limit[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->limit[k]) : 0);
+            shift[k] = _mm_cvtsi32_si128(rescale[k] ? static_cast<int>(r.bytes->shift[k]) : 0);
+        }
+    }
+
+    __m512i operator()(int k, __m512i index) const
+    {
+        if (rescale[k] && _mm512_cmpgt_epu32_mask(index, limit[k]) == 0)
+            return _mm512_srl_epi32(_mm512_add_epi32(_mm512_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+        return Gather(lut[k], index);
+    }
+};
+
+// Word permutes for 32 packed pixels of three 16-bit samples.
+struct WordInterleave {
+    __m512i firstTwo[3];
+    __m512i third[3];
+    __mmask32 thirdMask[3];
+
+    WordInterleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            alignas(64) uint16_t two[32];
+            alignas(64) uint16_t one[32];
+            uint32_t mask = 0;
+            for (int j = 0; j < 32; ++j) {
+                const int n = 32 * v + j;
+                const int pixel = n / 3;
+                const int channel = n % 3;
+                two[j] = static_cast<uint16_t>(channel == 1 ? pixel | 32 : pixel);
+                one[j] = static_cast<uint16_t>(pixel);
+                if (channel == 2)
+                    mask |= uint32_t(1) << j;
+            }
+            firstTwo[v] = _mm512_load_si512(two);
+            third[v] = _mm512_load_si512(one);
+            thirdMask[v] = mask;
+        }
+    }
+};
+
+const WordInterleave& WordPattern()
+{
+    static const WordInterleave pattern;
+    return pattern;
+}
+
+// 32 pixels from pairs of table entries (e0 for the even, e1 for the odd
+// pixel of each pair), stored as 8-bit samples (low bytes) or 16-bit ones.
+template <int kLayout, int kWidth>
+inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2], const Interleave& il,
+                     const WordInterleave& wl)
+{
+    if (kWidth == kWidthWordToByte) {
+        const __m512i low = _mm512_set1_epi32(0xFF);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm512_cvtepi32_epi16(
+                _mm512_or_si512(_mm512_and_si512(e[k][0], low), _mm512_slli_epi32(_mm512_and_si512(e[k][1], low), 8)));
+        if (kLayout == kLayoutPlanar) {
+            for (int k = 0; k < 3; ++k)
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(o.out[k] + x), c[k]);
+            return;
+        }
+        const __m512i first = _mm512_castsi256_si512(kLayout == kLayoutRGB ? c[0] : c[2]);
+        const __m512i green = _mm512_castsi256_si512(c[1]);
+        const __m512i third = _mm512_castsi256_si512(kLayout == kLayoutRGB ? c[2] : c[0]);
+        unsigned char* out = o.out[0] + 3 * x;
+        const __m512i v0 = _mm512_permutex2var_epi8(first, il.firstTwo[0], green);
+        _mm512_storeu_si512(out, _mm512_mask_permutexvar_epi8(v0, il.thirdMask[0], il.third[0], third));
+        const __m512i v1 = _mm512_permutex2var_epi8(first, il.firstTwo[1], green);
+        _mm512_mask_storeu_epi8(out + 64, 0xFFFFFFFFull,
+                                _mm512_mask_permutexvar_epi8(v1, il.thirdMask[1], il.third[1], third));
+        return;
+    }
+    __m512i c[3];
+    for (int k = 0; k < 3; ++k)
+        c[k] = _mm512_or_si512(e[k][0], _mm512_slli_epi32(e[k][1], 16));
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            _mm512_storeu_si512(o.out[k] + 2 * x, c[k]);
+        return;
+    }
+    const __m512i first = kLayout == kLayoutRGB ? c[0] : c[2];
+    const __m512i last = kLayout == kLayoutRGB ? c[2] : c[0];
+    unsigned char* out = o.out[0] + 6 * x;
+    for (int v = 0; v < 3; ++v) {
+        const __m512i two = _mm512_permutex2var_epi16(first, wl.firstTwo[v], c[1]);
+        _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi16(two, wl.thirdMask[v], wl.third[v], last));
+    }
+}
+
+inline bool WordsVectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.count >= 1 + kWordPairs;
+}
+
+template <int kLayout, int kWidth>
+void NearestWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidth];
+    if (!WordsVectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi32(0xFFFF);
+    // Each 32-bit lane is one pair; a load one sample early puts the left
+    // neighbour in the low half.
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
+        const __m512i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
+        const __m512i gbBefore = Load(gb + 2 * (c - 1));  // gb[c-1], gb[c]
+        const __m512i gbAt = Load(gb + 2 * c);            // gb[c], gb[c+1]
+        const __m512i green = _mm512_and_si512(gbAt, low);
+        const __m512i red = lut(0, _mm512_and_si512(rgAt, low));
+        const __m512i e[3][2] = {
+            {red, red},
+            {lut(1, Shr32<1>(_mm512_add_epi32(_mm512_and_si512(rgBefore, low), green))),
+             lut(1, Shr32<1>(_mm512_add_epi32(green, Shr32<16>(rgAt))))},
+            {lut(2, _mm512_and_si512(gbBefore, low)), lut(2, Shr32<16>(gbAt))},
+        };
+        PutPairs<kLayout, kWidth>(outs, c, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+template <int kLayout, int kWidth>
+void BilinearWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidth];
+    if (!WordsVectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi32(0xFFFF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
+        const __m512i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
+        const __m512i cL = Load(c + 2 * (i - 1)), cH = Load(c + 2 * (i + 1));
+        const __m512i am = _mm512_and_si512(aL, low), a0 = Shr32<16>(aL);
+        const __m512i a1 = _mm512_and_si512(aH, low), a2 = Shr32<16>(aH);
+        const __m512i bm = _mm512_and_si512(bL, low), b0 = Shr32<16>(bL);
+        const __m512i b1 = _mm512_and_si512(bH, low), b2 = Shr32<16>(bH);
+        const __m512i cm = _mm512_and_si512(cL, low), c0 = Shr32<16>(cL);
+        const __m512i c1 = _mm512_and_si512(cH, low), c2 = Shr32<16>(cH);
+        const __m512i acm = _mm512_add_epi32(am, cm);
+        const __m512i ac0 = _mm512_add_epi32(a0, c0);
+        const __m512i ac1 = _mm512_add_epi32(a1, c1);
+        const __m512i ac2 = _mm512_add_epi32(a2, c2);
+        __m512i index[3][2];
+        if (redRow) {
+            index[0][0] = b0;
+            index[1][0] = Shr32<2>(_mm512_add_epi32(_mm512_add_epi32(bm, b1), ac0));
+            index[2][0] = Shr32<2>(_mm512_add_epi32(acm, ac1));
+            index[0][1] = Shr32<1>(_mm512_add_epi32(b0, b2));
+            index[1][1] = Shr32<3>(_mm512_add_epi32(_mm512_add_epi32(ac0, ac2), _mm512_slli_epi32(b1, 2)));
+            index[2][1] = Shr32<1>(ac1);
+        } else {
+            index[0][0] = Shr32<1>(ac0);
+            index[1][0] = Shr32<3>(_mm512_add_epi32(_mm512_add_epi32(acm, ac1), _mm512_slli_epi32(b0, 2)));
+            index[2][0] = Shr32<1>(_mm512_add_epi32(bm, b1));
+            index[0][1] = Shr32<2>(_mm512_add_epi32(ac0, ac2));
+            index[1][1] = Shr32<2>(_mm512_add_epi32(_mm512_add_epi32(b0, b2), ac1));
+            index[2][1] = b1;
+        }
+        __m512i e[3][2];
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < 2; ++j)
+                e[k][j] = lut(k, index[k][j]);
+        PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
 }  // namespace demosaic_avx512
 
 void DemosaicRowsAvx512(DemosaicRowSet* set)
@@ -324,4 +580,16 @@ void DemosaicRowsAvx512(DemosaicRowSet* set)
     set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
     set->raw[kWidthByteToByte] = Raw;
     set->mono[kWidthByteToByte] = Mono;
+    set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;
+    set->nearest[kLayoutBGR][kWidthWordToByte] = NearestWords<kLayoutBGR, kWidthWordToByte>;
+    set->nearest[kLayoutPlanar][kWidthWordToByte] = NearestWords<kLayoutPlanar, kWidthWordToByte>;
+    set->nearest[kLayoutRGB][kWidthWordToWord] = NearestWords<kLayoutRGB, kWidthWordToWord>;
+    set->nearest[kLayoutBGR][kWidthWordToWord] = NearestWords<kLayoutBGR, kWidthWordToWord>;
+    set->nearest[kLayoutPlanar][kWidthWordToWord] = NearestWords<kLayoutPlanar, kWidthWordToWord>;
+    set->bilinear[kLayoutRGB][kWidthWordToByte] = BilinearWords<kLayoutRGB, kWidthWordToByte>;
+    set->bilinear[kLayoutBGR][kWidthWordToByte] = BilinearWords<kLayoutBGR, kWidthWordToByte>;
+    set->bilinear[kLayoutPlanar][kWidthWordToByte] = BilinearWords<kLayoutPlanar, kWidthWordToByte>;
+    set->bilinear[kLayoutRGB][kWidthWordToWord] = BilinearWords<kLayoutRGB, kWidthWordToWord>;
+    set->bilinear[kLayoutBGR][kWidthWordToWord] = BilinearWords<kLayoutBGR, kWidthWordToWord>;
+    set->bilinear[kLayoutPlanar][kWidthWordToWord] = BilinearWords<kLayoutPlanar, kWidthWordToWord>;
 }

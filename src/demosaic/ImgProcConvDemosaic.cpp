@@ -278,6 +278,23 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
     }
 }
 
+// Largest sample value of a depth, as the tone tables count it.
+uint32_t LargestValue(int32_t bppEff)
+{
+    switch (bppEff) {
+    case 10:
+        return 1023;
+    case 12:
+        return 4095;
+    case 14:
+        return 16383;
+    case 16:
+        return 65535;
+    default:
+        return 255;
+    }
+}
+
 // The three sample widths: 8-bit source, 16-bit source to 8-bit samples,
 // 16-bit source to 16-bit samples.
 enum WidthCase { kByteToByte = kWidthByteToByte, kWordToByte = kWidthWordToByte, kWordToWord = kWidthWordToWord };
@@ -312,10 +329,16 @@ bool CImgProcConvDemosaic::OnConvert()
     mpLUTGreen = mpImgProc->mpLUT[1];
     mpLUTBlue = mpImgProc->mpLUT[2];
     mpRowSet = &DemosaicRows::For(KvCpuActive());
-    // 8-bit sources index the first 256 entries only.
+    // 8-bit sources index the first 256 entries only; deep ones may index
+    // any entry, and a rescale can be computed for indices up to srcMax.
     mByteTables.valid = false;
+    for (int t = 0; t < 3; ++t)
+        mByteTables.rescale[t] = false;
     if (mpMemSrc->mdBytePerPixel == 1.0)
         DemosaicRows::FillByteTables(mpLUTRed, mpLUTGreen, mpLUTBlue, &mByteTables);
+    else
+        DemosaicRows::FillRescale(mpLUTRed, mpLUTGreen, mpLUTBlue, LargestValue(mpMemSrc->miBppEff),
+                                  LargestValue(mpMemDst->miBppEff), &mByteTables);
 
     delete[] mppRows;
     mppRows = nullptr;

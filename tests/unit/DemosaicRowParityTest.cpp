@@ -103,10 +103,14 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
 
     // Tables as deep as a 16-bit word can index: samples are never masked.
     std::mt19937 rng(1234);
-    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536);
+    // The rescale from 12 to 8 bits as the tables are built, with leftovers
+    // above 4095.
+    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536);
     for (size_t i = 0; i < random.size(); ++i) {
         random[i] = static_cast<uint16_t>(rng());
         identity[i] = static_cast<uint16_t>(i % 65536);
+        rescale[i] = i % 65536 <= 4095 ? static_cast<uint16_t>(static_cast<double>(i % 65536) / 4095 * 255 + 0.5)
+                                      : random[i];
     }
 
     const DemosaicRowSet& portable = DemosaicRows::Portable();
@@ -119,10 +123,17 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
             if (fn == ref)
                 continue;
             const bool words = s.width != kWidthByteToByte;
-            for (const std::vector<uint16_t>* tables : {&random, &identity}) {
+            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale}) {
                 DemosaicByteTables bytes;
-                DemosaicRows::FillByteTables(tables->data(), tables->data() + 65536, tables->data() + 131072,
-                                             &bytes);
+                const uint16_t* t = tables->data();
+                DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
+                // Identity up to 1023, then beyond the verified range.
+                if (tables == &rescale)
+                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 255, &bytes);
+                else
+                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
+                if (tables != &random)
+                    EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
                 for (uint32_t run = 0; run < 2 * kMaxCount; ++run) {
                     const uint32_t count = run / 2 + 1;
                     const int phase = static_cast<int>(run & 1);
@@ -134,6 +145,10 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     for (int k = 0; k < 5; ++k) {
                         for (unsigned char& b : rows[k])
                             b = static_cast<unsigned char>(rng());
+                        // The largest word, a table's last index, now and then.
+                        for (size_t i = 0; words && i + 1 < rows[k].size(); i += 2)
+                            if (rng() % 61 == 0)
+                                rows[k][i] = rows[k][i + 1] = 0xFF;
                         args.rows[k] = rows[k].data();
                     }
                     args.step = 1;
@@ -156,7 +171,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     for (int k = 0; k < 3; ++k)
                         ASSERT_EQ(want.out[k], got.out[k])
                             << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " " << Name(s) << " count "
-                            << count << " output " << k << (tables == &identity ? " identity" : " random");
+                            << count << " output " << k
+                            << (tables == &random ? " random" : tables == &identity ? " identity" : " rescale");
                 }
             }
         }
