@@ -227,6 +227,31 @@ void MonoRow(const DemosaicRowArgs& r)
     }
 }
 
+// Only cells with every value in 21..249 count: dark and saturated cells
+// would pull the means toward black or white.
+inline bool Usable(uint32_t value)
+{
+    return value >= 21 && value <= 249;
+}
+
+// kRed, kGreen1, kGreen2, kBlue: sites 0 to 3 of a cell, top row first.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void BalanceRow(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    for (uint32_t c = 0; c < cells; ++c) {
+        const uint32_t p[4] = {top[2 * c], top[2 * c + 1], bottom[2 * c], bottom[2 * c + 1]};
+        const uint32_t r = p[kRed];
+        const uint32_t g = (p[kGreen1] + p[kGreen2]) >> 1;  // shifted, not rounded
+        const uint32_t b = p[kBlue];
+        if (Usable(r) && Usable(g) && Usable(b)) {
+            sums->red += r;
+            sums->green += g;
+            sums->blue += b;
+            ++sums->count;
+        }
+    }
+}
+
 // One method's nine paths, [layout][width].
 #define KV_DEMOSAIC_PATHS(Fn)                                                                           \
     {                                                                                                   \
@@ -242,6 +267,7 @@ const DemosaicRowSet kPortable = {
     KV_DEMOSAIC_PATHS(HqRow),
     {RawRow<BYTE, BYTE>, RawRow<WORD, BYTE>, RawRow<WORD, WORD>},
     {MonoRow<BYTE, BYTE>, MonoRow<WORD, BYTE>, MonoRow<WORD, WORD>},
+    {BalanceRow<0, 1, 2, 3>, BalanceRow<1, 0, 3, 2>, BalanceRow<2, 0, 3, 1>},
 };
 
 #undef KV_DEMOSAIC_PATHS
@@ -249,11 +275,22 @@ const DemosaicRowSet kPortable = {
 // Null entries of a level's set take the function of the level below.
 void FillGaps(DemosaicRowSet* set, const DemosaicRowSet& below)
 {
-    DemosaicRowFn* to = reinterpret_cast<DemosaicRowFn*>(set);
-    const DemosaicRowFn* from = reinterpret_cast<const DemosaicRowFn*>(&below);
-    for (std::size_t k = 0; k < sizeof(DemosaicRowSet) / sizeof(DemosaicRowFn); ++k)
-        if (to[k] == nullptr)
-            to[k] = from[k];
+    for (int l = 0; l < 3; ++l) {
+        for (int w = 0; w < 3; ++w) {
+            if (set->nearest[l][w] == nullptr)
+                set->nearest[l][w] = below.nearest[l][w];
+            if (set->bilinear[l][w] == nullptr)
+                set->bilinear[l][w] = below.bilinear[l][w];
+            if (set->hq[l][w] == nullptr)
+                set->hq[l][w] = below.hq[l][w];
+        }
+        if (set->raw[l] == nullptr)
+            set->raw[l] = below.raw[l];
+        if (set->mono[l] == nullptr)
+            set->mono[l] = below.mono[l];
+        if (set->balance[l] == nullptr)
+            set->balance[l] = below.balance[l];
+    }
 }
 
 struct LevelSets {

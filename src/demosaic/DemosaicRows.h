@@ -48,6 +48,23 @@ struct DemosaicRowArgs {
 
 typedef void (*DemosaicRowFn)(const DemosaicRowArgs& args);
 
+// Sums of the usable 2 by 2 cells of one pair of 8-bit mosaic rows, for the
+// colour balance: a cell counts if its red, green (mean of two, shifted) and
+// blue all lie in 21..249.
+struct DemosaicBalanceSums {
+    uint64_t red;
+    uint64_t green;
+    uint64_t blue;
+    uint64_t count;
+};
+typedef void (*DemosaicBalanceFn)(const unsigned char* top, const unsigned char* bottom, uint32_t cells,
+                                  DemosaicBalanceSums* sums);
+// Where a cell's sites lie: red in the top row's even column and blue in
+// the bottom row's odd one (RG), red and blue in the other columns (GR), or
+// red below and blue above, green on the main diagonal (GB, and BG read as
+// GB).
+enum DemosaicCellLayout { kCellRG = 0, kCellGR = 1, kCellGB = 2 };
+
 // Destination layouts and sample widths, the two indices of a path.
 enum DemosaicLayout { kLayoutRGB = 0, kLayoutBGR = 1, kLayoutPlanar = 2 };
 enum DemosaicWidth { kWidthByteToByte = 0, kWidthWordToByte = 1, kWidthWordToWord = 2 };
@@ -71,6 +88,7 @@ struct DemosaicRowSet {
     DemosaicRowFn hq[3][3];        // [layout][width]
     DemosaicRowFn raw[3];          // [width]: the mosaic through the red table
     DemosaicRowFn mono[3];         // [width]: one row of the 5x5 brightness
+    DemosaicBalanceFn balance[3];  // [DemosaicCellLayout]
 };
 
 class DemosaicRows {

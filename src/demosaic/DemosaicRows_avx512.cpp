@@ -567,6 +567,73 @@ void BilinearWords(const DemosaicRowArgs& r)
         vector(count - kWordPairs);
 }
 
+
+// ---- colour balance: 32 cells of a pair of rows at a time -----------------
+// Per 16-bit lane one cell. Usable values are at most 249, so 16-bit lanes
+// hold the sums of 256 vectors; they are then widened into 32-bit lanes,
+// which a row of any width can not overflow within 2^20 cells.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+struct BalanceBlock {
+    __m512i red16, green16, blue16;
+    uint64_t count;
+
+    // `lanes` limits the last vector to the cells that exist; its loads are
+    // masked so that nothing past the last cell is read.
+    void Add(const unsigned char* top, const unsigned char* bottom, __mmask32 lanes, __mmask64 bytes)
+    {
+        const __m512i low = _mm512_set1_epi16(0x00FF);
+        const __m512i from = _mm512_set1_epi16(21);
+        const __m512i span = _mm512_set1_epi16(249 - 21);
+        const __m512i t = _mm512_maskz_loadu_epi8(bytes, top);
+        const __m512i b = _mm512_maskz_loadu_epi8(bytes, bottom);
+        const __m512i site[4] = {_mm512_and_si512(t, low), _mm512_srli_epi16(t, 8), _mm512_and_si512(b, low),
+                                 _mm512_srli_epi16(b, 8)};
+        const __m512i r = site[kRed];
+        const __m512i g = _mm512_srli_epi16(_mm512_add_epi16(site[kGreen1], site[kGreen2]), 1);
+        const __m512i bl = site[kBlue];
+        const __mmask32 usable = lanes & _mm512_cmple_epu16_mask(_mm512_sub_epi16(r, from), span) &
+                                 _mm512_cmple_epu16_mask(_mm512_sub_epi16(g, from), span) &
+                                 _mm512_cmple_epu16_mask(_mm512_sub_epi16(bl, from), span);
+        red16 = _mm512_mask_add_epi16(red16, usable, red16, r);
+        green16 = _mm512_mask_add_epi16(green16, usable, green16, g);
+        blue16 = _mm512_mask_add_epi16(blue16, usable, blue16, bl);
+        count += static_cast<uint64_t>(__builtin_popcount(usable));
+    }
+};
+
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    const __m512i ones = _mm512_set1_epi16(1);
+    const uint32_t kChunk = 1u << 20;
+    for (uint32_t start = 0; start < cells; start += kChunk) {
+        const uint32_t end = cells - start > kChunk ? start + kChunk : cells;
+        __m512i red = _mm512_setzero_si512(), green = red, blue = red;
+        BalanceBlock<kRed, kGreen1, kGreen2, kBlue> block;
+        block.count = 0;
+        uint32_t c = start;
+        while (c < end) {
+            block.red16 = block.green16 = block.blue16 = _mm512_setzero_si512();
+            const uint32_t stop = end - c > 256 * 32 ? c + 256 * 32 : end;
+            for (; c + 32 <= stop; c += 32)
+                block.Add(top + 2 * c, bottom + 2 * c, ~__mmask32(0), ~__mmask64(0));
+            if (c < stop) {
+                const uint32_t left = stop - c;
+                block.Add(top + 2 * c, bottom + 2 * c, static_cast<__mmask32>((uint64_t(1) << left) - 1),
+                          (__mmask64(1) << (2 * left)) - 1);
+                c = stop;
+            }
+            red = _mm512_add_epi32(red, _mm512_madd_epi16(block.red16, ones));
+            green = _mm512_add_epi32(green, _mm512_madd_epi16(block.green16, ones));
+            blue = _mm512_add_epi32(blue, _mm512_madd_epi16(block.blue16, ones));
+        }
+        sums->red += static_cast<uint32_t>(_mm512_reduce_add_epi32(red));
+        sums->green += static_cast<uint32_t>(_mm512_reduce_add_epi32(green));
+        sums->blue += static_cast<uint32_t>(_mm512_reduce_add_epi32(blue));
+        sums->count += block.count;
+    }
+}
+
 }  // namespace demosaic_avx512
 
 void DemosaicRowsAvx512(DemosaicRowSet* set)
@@ -592,4 +659,7 @@ void DemosaicRowsAvx512(DemosaicRowSet* set)
     set->bilinear[kLayoutRGB][kWidthWordToWord] = BilinearWords<kLayoutRGB, kWidthWordToWord>;
     set->bilinear[kLayoutBGR][kWidthWordToWord] = BilinearWords<kLayoutBGR, kWidthWordToWord>;
     set->bilinear[kLayoutPlanar][kWidthWordToWord] = BilinearWords<kLayoutPlanar, kWidthWordToWord>;
+    set->balance[kCellRG] = Balance<0, 1, 2, 3>;
+    set->balance[kCellGR] = Balance<1, 0, 3, 2>;
+    set->balance[kCellGB] = Balance<2, 0, 3, 1>;
 }

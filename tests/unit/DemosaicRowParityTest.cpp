@@ -132,8 +132,9 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 255, &bytes);
                 else
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
-                if (tables != &random)
+                if (tables != &random) {
                     EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
+                }
                 for (uint32_t run = 0; run < 2 * kMaxCount; ++run) {
                     const uint32_t count = run / 2 + 1;
                     const int phase = static_cast<int>(run & 1);
@@ -174,6 +175,37 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                             << count << " output " << k
                             << (tables == &random ? " random" : tables == &identity ? " identity" : " rescale");
                 }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// The colour balance sums of every level equal the portable ones, for every
+// cell count up to three vectors and more, with values around both ends of
+// the usable range.
+TEST(DemosaicRowParity, BalanceSumsMatch)
+{
+    std::mt19937 rng(77);
+    const DemosaicRowSet& portable = DemosaicRows::Portable();
+    for (int level = static_cast<int>(KvCpuLevel::Avx2); level <= static_cast<int>(KvCpuSupported()); ++level) {
+        const DemosaicRowSet& fast = DemosaicRows::For(static_cast<KvCpuLevel>(level));
+        for (int layout = 0; layout < 3; ++layout) {
+            for (uint32_t cells = 0; cells <= 3 * 32 + 3; ++cells) {
+                // Exactly the bytes the cells cover.
+                Bytes top(2 * cells), bottom(2 * cells);
+                for (Bytes* row : {&top, &bottom})
+                    for (unsigned char& b : *row)
+                        b = static_cast<unsigned char>(rng() % 3 == 0 ? rng() : 10 + rng() % 250);
+                DemosaicBalanceSums want = {1, 2, 3, 4}, got = want;
+                portable.balance[layout](top.data(), bottom.data(), cells, &want);
+                fast.balance[layout](top.data(), bottom.data(), cells, &got);
+                ASSERT_TRUE(want.red == got.red && want.green == got.green && want.blue == got.blue &&
+                            want.count == got.count)
+                    << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " layout " << layout << " cells " << cells;
             }
         }
     }
