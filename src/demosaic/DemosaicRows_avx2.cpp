@@ -304,6 +304,64 @@ void Raw(const DemosaicRowArgs& r)
         vector(r.count - 32);
 }
 
+
+// Colour balance, 16 cells of a pair of rows at a time in 16-bit lanes: the
+// sums of 256 vectors fit before they are widened. The last cells of a row
+// go to the portable function.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const __m256i from = _mm256_set1_epi16(21);
+    const __m256i to = _mm256_set1_epi16(249);
+    const __m256i ones = _mm256_set1_epi16(1);
+    const uint32_t whole = cells & ~15u;
+    uint64_t red = 0, green = 0, blue = 0, count = 0;
+    uint32_t c = 0;
+    while (c < whole) {
+        __m256i r16 = _mm256_setzero_si256(), g16 = r16, b16 = r16, n16 = r16;
+        const uint32_t stop = whole - c > 256 * 16 ? c + 256 * 16 : whole;
+        for (; c < stop; c += 16) {
+            const __m256i t = Load(top + 2 * c);
+            const __m256i b = Load(bottom + 2 * c);
+            const __m256i site[4] = {_mm256_and_si256(t, low), _mm256_srli_epi16(t, 8), _mm256_and_si256(b, low),
+                                     _mm256_srli_epi16(b, 8)};
+            const __m256i r = site[kRed];
+            const __m256i g = _mm256_srli_epi16(_mm256_add_epi16(site[kGreen1], site[kGreen2]), 1);
+            const __m256i bl = site[kBlue];
+            // All-ones lanes where a value stays the same when clamped to 21..249.
+            const __m256i usable = _mm256_and_si256(
+                _mm256_and_si256(_mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(r, from), to), r),
+                                 _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(g, from), to), g)),
+                _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(bl, from), to), bl));
+            r16 = _mm256_add_epi16(r16, _mm256_and_si256(r, usable));
+            g16 = _mm256_add_epi16(g16, _mm256_and_si256(g, usable));
+            b16 = _mm256_add_epi16(b16, _mm256_and_si256(bl, usable));
+            n16 = _mm256_sub_epi16(n16, usable);
+        }
+        alignas(32) uint32_t lanes[4][8];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[0]), _mm256_madd_epi16(r16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[1]), _mm256_madd_epi16(g16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[2]), _mm256_madd_epi16(b16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[3]), _mm256_madd_epi16(n16, ones));
+        for (int j = 0; j < 8; ++j) {
+            red += lanes[0][j];
+            green += lanes[1][j];
+            blue += lanes[2][j];
+            count += lanes[3][j];
+        }
+    }
+    sums->red += red;
+    sums->green += green;
+    sums->blue += blue;
+    sums->count += count;
+    if (whole < cells) {
+        const DemosaicBalanceFn portable =
+            DemosaicRows::Portable().balance[kRed == 0 ? kCellRG : kRed == 1 ? kCellGR : kCellGB];
+        portable(top + 2 * whole, bottom + 2 * whole, cells - whole, sums);
+    }
+}
+
 }  // namespace demosaic_avx2
 
 void DemosaicRowsAvx2(DemosaicRowSet* set)
@@ -317,4 +375,7 @@ void DemosaicRowsAvx2(DemosaicRowSet* set)
     set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
     set->raw[kWidthByteToByte] = Raw;
     set->mono[kWidthByteToByte] = Mono;
+    set->balance[kCellRG] = Balance<0, 1, 2, 3>;
+    set->balance[kCellGR] = Balance<1, 0, 3, 2>;
+    set->balance[kCellGB] = Balance<2, 0, 3, 1>;
 }
