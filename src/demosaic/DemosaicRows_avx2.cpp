@@ -362,6 +362,243 @@ void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cel
     }
 }
 
+
+// ---- 16-bit sources: 10- and 12-bit mosaics, 8 pairs at a time ------------
+// As in the AVX-512 file: verified rescale tables are computed for vectors
+// whose indices lie within the source depth, anything else is gathered, and
+// a vector holding a table's last index is looked up entry by entry so that
+// no gather reads past a table.
+
+const uint32_t kWordPairs = 8;
+
+inline __m256i Gather(const uint16_t* table, __m256i index)
+{
+    const __m256i last = _mm256_set1_epi32(0xFFFF);
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(index, last)) == 0)
+        return _mm256_and_si256(
+            _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(table), index,
+                                        _mm256_set1_epi32(-1), 2),
+            last);
+    alignas(32) uint32_t v[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(v), index);
+    for (int j = 0; j < 8; ++j)
+        v[j] = table[v[j]];
+    return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
+}
+
+struct DeepTables {
+    const uint16_t* lut[3];
+    bool rescale[3];
+    __m256i mul[3], add[3], limit[3];
+    __m128i shift[3];
+
+    explicit DeepTables(const DemosaicRowArgs& r)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lut[k] = r.lut[k];
+            rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
+            mul[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->mul[k]) : 0);
+            add[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->add[k]) : 0);
+            limit[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->limit[k]) : 0);
+            shift[k] = _mm_cvtsi32_si128(rescale[k] ? static_cast<int>(r.bytes->shift[k]) : 0);
+        }
+    }
+
+    // Indices are below 2^17, so a signed comparison serves.
+    __m256i operator()(int k, __m256i index) const
+    {
+        if (rescale[k] && _mm256_movemask_epi8(_mm256_cmpgt_epi32(index, limit[k])) == 0)
+            return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+        return Gather(lut[k], index);
+    }
+};
+
+// Byte shuffles for 8 pixels of three 16-bit samples per 128-bit lane.
+struct WordInterleave {
+    __m256i masks[3][3];
+
+    WordInterleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            for (int c = 0; c < 3; ++c) {
+                alignas(32) uint8_t m[32];
+                for (int j = 0; j < 16; ++j) {
+                    const int n = 16 * v + j;
+                    const int element = n / 2;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(element % 3 == c ? 2 * (element / 3) + n % 2 : 0x80);
+                }
+                masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            }
+        }
+    }
+};
+
+const WordInterleave& WordPattern()
+{
+    static const WordInterleave pattern;
+    return pattern;
+}
+
+// 16 pixels from pairs of table entries.
+template <int kLayout, int kWidth>
+inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
+                     const WordInterleave& wl)
+{
+    if (kWidth == kWidthWordToByte) {
+        const __m256i low = _mm256_set1_epi32(0xFF);
+        __m128i c[3];
+        for (int k = 0; k < 3; ++k) {
+            const __m256i pairs =
+                _mm256_or_si256(_mm256_and_si256(e[k][0], low), _mm256_slli_epi32(_mm256_and_si256(e[k][1], low), 8));
+            // Eight 16-bit pairs of bytes, in order.
+            const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(pairs, pairs), 0x08);
+            c[k] = _mm256_castsi256_si128(packed);
+        }
+        if (kLayout == kLayoutPlanar) {
+            for (int k = 0; k < 3; ++k)
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(o.out[k] + x), c[k]);
+            return;
+        }
+        const __m128i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
+        unsigned char* out = o.out[0] + 3 * x;
+        for (int v = 0; v < 3; ++v) {
+            __m128i part = _mm_setzero_si128();
+            for (int k = 0; k < 3; ++k)
+                part = _mm_or_si128(part, _mm_shuffle_epi8(ch[k], _mm256_castsi256_si128(il.masks[v][k])));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * v), part);
+        }
+        return;
+    }
+    __m256i c[3];
+    for (int k = 0; k < 3; ++k)
+        c[k] = _mm256_or_si256(e[k][0], _mm256_slli_epi32(e[k][1], 16));
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            Store(o.out[k] + 2 * x, c[k]);
+        return;
+    }
+    const __m256i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
+    __m256i lanes[3];
+    for (int v = 0; v < 3; ++v)
+        lanes[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], wl.masks[v][0]),
+                                                   _mm256_shuffle_epi8(ch[1], wl.masks[v][1])),
+                                   _mm256_shuffle_epi8(ch[2], wl.masks[v][2]));
+    // Low lanes hold pixels 0 to 7, high lanes 8 to 15.
+    unsigned char* out = o.out[0] + 6 * x;
+    Store(out, _mm256_permute2x128_si256(lanes[0], lanes[1], 0x20));
+    Store(out + 32, _mm256_permute2x128_si256(lanes[2], lanes[0], 0x30));
+    Store(out + 64, _mm256_permute2x128_si256(lanes[1], lanes[2], 0x31));
+}
+
+template <int kLayout, int kWidth>
+void NearestWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidth];
+    if (r.step != 1 || r.count < 1 + kWordPairs) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
+        const __m256i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
+        const __m256i gbBefore = Load(gb + 2 * (c - 1));  // gb[c-1], gb[c]
+        const __m256i gbAt = Load(gb + 2 * c);            // gb[c], gb[c+1]
+        const __m256i green = _mm256_and_si256(gbAt, low);
+        const __m256i red = lut(0, _mm256_and_si256(rgAt, low));
+        const __m256i e[3][2] = {
+            {red, red},
+            {lut(1, _mm256_srli_epi32(_mm256_add_epi32(_mm256_and_si256(rgBefore, low), green), 1)),
+             lut(1, _mm256_srli_epi32(_mm256_add_epi32(green, _mm256_srli_epi32(rgAt, 16)), 1))},
+            {lut(2, _mm256_and_si256(gbBefore, low)), lut(2, _mm256_srli_epi32(gbAt, 16))},
+        };
+        PutPairs<kLayout, kWidth>(outs, c, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+template <int kLayout, int kWidth>
+void BilinearWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidth];
+    if (r.step != 1 || r.count < 1 + kWordPairs) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
+        const __m256i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
+        const __m256i cL = Load(c + 2 * (i - 1)), cH = Load(c + 2 * (i + 1));
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi32(aL, 16);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi32(aH, 16);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi32(bL, 16);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi32(bH, 16);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi32(cL, 16);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi32(cH, 16);
+        const __m256i acm = _mm256_add_epi32(am, cm);
+        const __m256i ac0 = _mm256_add_epi32(a0, c0);
+        const __m256i ac1 = _mm256_add_epi32(a1, c1);
+        const __m256i ac2 = _mm256_add_epi32(a2, c2);
+        __m256i index[3][2];
+        if (redRow) {
+            index[0][0] = b0;
+            index[1][0] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(bm, b1), ac0), 2);
+            index[2][0] = _mm256_srli_epi32(_mm256_add_epi32(acm, ac1), 2);
+            index[0][1] = _mm256_srli_epi32(_mm256_add_epi32(b0, b2), 1);
+            index[1][1] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(ac0, ac2), _mm256_slli_epi32(b1, 2)), 3);
+            index[2][1] = _mm256_srli_epi32(ac1, 1);
+        } else {
+            index[0][0] = _mm256_srli_epi32(ac0, 1);
+            index[1][0] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(acm, ac1), _mm256_slli_epi32(b0, 2)), 3);
+            index[2][0] = _mm256_srli_epi32(_mm256_add_epi32(bm, b1), 1);
+            index[0][1] = _mm256_srli_epi32(_mm256_add_epi32(ac0, ac2), 2);
+            index[1][1] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(b0, b2), ac1), 2);
+            index[2][1] = b1;
+        }
+        __m256i e[3][2];
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < 2; ++j)
+                e[k][j] = lut(k, index[k][j]);
+        PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
 }  // namespace demosaic_avx2
 
 void DemosaicRowsAvx2(DemosaicRowSet* set)
@@ -378,4 +615,16 @@ void DemosaicRowsAvx2(DemosaicRowSet* set)
     set->balance[kCellRG] = Balance<0, 1, 2, 3>;
     set->balance[kCellGR] = Balance<1, 0, 3, 2>;
     set->balance[kCellGB] = Balance<2, 0, 3, 1>;
+    set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;
+    set->nearest[kLayoutBGR][kWidthWordToByte] = NearestWords<kLayoutBGR, kWidthWordToByte>;
+    set->nearest[kLayoutPlanar][kWidthWordToByte] = NearestWords<kLayoutPlanar, kWidthWordToByte>;
+    set->nearest[kLayoutRGB][kWidthWordToWord] = NearestWords<kLayoutRGB, kWidthWordToWord>;
+    set->nearest[kLayoutBGR][kWidthWordToWord] = NearestWords<kLayoutBGR, kWidthWordToWord>;
+    set->nearest[kLayoutPlanar][kWidthWordToWord] = NearestWords<kLayoutPlanar, kWidthWordToWord>;
+    set->bilinear[kLayoutRGB][kWidthWordToByte] = BilinearWords<kLayoutRGB, kWidthWordToByte>;
+    set->bilinear[kLayoutBGR][kWidthWordToByte] = BilinearWords<kLayoutBGR, kWidthWordToByte>;
+    set->bilinear[kLayoutPlanar][kWidthWordToByte] = BilinearWords<kLayoutPlanar, kWidthWordToByte>;
+    set->bilinear[kLayoutRGB][kWidthWordToWord] = BilinearWords<kLayoutRGB, kWidthWordToWord>;
+    set->bilinear[kLayoutBGR][kWidthWordToWord] = BilinearWords<kLayoutBGR, kWidthWordToWord>;
+    set->bilinear[kLayoutPlanar][kWidthWordToWord] = BilinearWords<kLayoutPlanar, kWidthWordToWord>;
 }
