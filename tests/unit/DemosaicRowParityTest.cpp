@@ -124,6 +124,9 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                 continue;
             const bool words = s.width != kWidthByteToByte;
             for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale}) {
+                // The 5x5 methods use no table.
+                if ((s.method == kHq || s.method == kMono) && tables != &random)
+                    continue;
                 DemosaicByteTables bytes;
                 const uint16_t* t = tables->data();
                 DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
