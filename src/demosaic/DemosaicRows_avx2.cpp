@@ -1,9 +1,8 @@
 // AVX2 row functions for 8-bit Bayer sources, 32 pixels at a time; the
-// first pair and the rest of a row go to the portable function with the
-// values that carry from pair to pair, so that exactly the portable loop's
-// bytes are read and written. AVX2 has no byte permute over 256 entries:
-// tables that are not the identity are looked up sample by sample from the
-// vector's bytes.
+// first pair goes to the portable function and the last vector ends at the
+// row's last pair, so that exactly the portable loop's bytes are read and
+// written. AVX2 has no byte permute over 256 entries: tables that are not
+// the identity are looked up in sixteen 16-entry pieces.
 #include <immintrin.h>
 
 #include <cstddef>
@@ -27,15 +26,21 @@ inline void Store(unsigned char* p, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
+// A table of 256 byte entries as sixteen 16-entry pieces, each in both
+// 128-bit lanes: piece k answers the indices 16k to 16k + 15. Index minus 16k,
+// wrapping, lies in 0..15 for those only; adding 0x70 with saturation sets
+// the high bit of every other, so that the byte shuffle gives 0 for it.
 struct ByteTables {
-    const uint8_t* bytes[3];
+    __m256i piece[3][16];
     bool lookup[3];
 
     explicit ByteTables(const DemosaicByteTables& t)
     {
         for (int k = 0; k < 3; ++k) {
-            bytes[k] = t.bytes[k];
             lookup[k] = !t.identity[k];
+            for (int q = 0; q < 16; ++q)
+                piece[k][q] = _mm256_broadcastsi128_si256(
+                    _mm_loadu_si128(reinterpret_cast<const __m128i*>(t.bytes[k] + 16 * q)));
         }
     }
 
@@ -43,12 +48,15 @@ struct ByteTables {
     {
         if (!lookup[k])
             return index;
-        alignas(32) uint8_t v[32];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(v), index);
-        const uint8_t* const table = bytes[k];
-        for (int j = 0; j < 32; ++j)
-            v[j] = table[v[j]];
-        return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
+        const __m256i sixteen = _mm256_set1_epi8(16);
+        const __m256i high = _mm256_set1_epi8(0x70);
+        __m256i result = _mm256_setzero_si256();
+        __m256i at = index;
+        for (int q = 0; q < 16; ++q) {
+            result = _mm256_or_si256(result, _mm256_shuffle_epi8(piece[k][q], _mm256_adds_epu8(at, high)));
+            at = _mm256_sub_epi8(at, sixteen);
+        }
+        return result;
     }
 };
 

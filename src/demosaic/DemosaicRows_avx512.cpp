@@ -1,8 +1,9 @@
-// AVX-512 (F, BW, VL, VBMI) row functions for 8-bit Bayer sources. Each
-// computes the interior of a row 64 pixels at a time and leaves the first
-// pair and the rest to the portable function, with the values that carry
-// from pair to pair, so that it reads and writes exactly what the portable
-// loop does. Tables that are not the identity go through byte permutes.
+// AVX-512 (F, BW, VL, VBMI) row functions. Each computes a row a vector at a
+// time; the first pair, whose carried values come from outside the row, goes
+// to the portable function, and the last vector ends at the row's last
+// output, writing the outputs it shares with the one before again. So
+// exactly what the portable loop reads and writes is read and written. For
+// 8-bit sources, tables that are not the identity go through byte permutes.
 #include <immintrin.h>
 
 // Several AVX-512 intrinsics start from a deliberately undefined vector,
