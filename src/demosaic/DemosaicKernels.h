@@ -27,4 +27,9 @@ extern const int32_t BlueAtGreenInRedDiv;
 extern const int32_t BlueAtRedInRedDiv;
 extern const int32_t BlueAtBlueDiv;
 
+// The brightness kernel of a Bayer mosaic, divisor 32: every site class
+// weighs 8 of 32 at any phase.
+extern const int32_t BayerToMonoKernel[25];
+extern const int32_t BayerToMonoKernelDiv;
+
 #endif

@@ -200,13 +200,7 @@ void RawRow(const DemosaicRowArgs& r)
 template <typename S, typename T>
 void MonoRow(const DemosaicRowArgs& r)
 {
-    static const int32_t kernel[25] = {
-        0,  -1, -2, -1, 0,   //
-        -1, 2,  6,  2,  -1,  //
-        -2, 6,  16, 6,  -2,  //
-        -1, 2,  6,  2,  -1,  //
-        0,  -1, -2, -1, 0,
-    };
+    const int32_t* const kernel = BayerToMonoKernel;
     T* out = reinterpret_cast<T*>(r.out[0]);
     for (uint32_t x = 0; x < r.count; ++x) {
         int32_t sum = 0;
@@ -217,7 +211,7 @@ void MonoRow(const DemosaicRowArgs& r)
         }
         // No shift to 8 bits first: deeper sources saturate at 255, also
         // into 16-bit destinations.
-        int32_t v = sum / 32;
+        int32_t v = sum / BayerToMonoKernelDiv;
         if (v < 0)
             v = 0;
         else if (v >= 256)
