@@ -345,7 +345,9 @@ void DemosaicRows::FillRescale(const uint16_t* red, const uint16_t* green, const
     while (bits < 32 && (dstMax >> bits) != 0)
         ++bits;
     const uint32_t shift = bits < 31 ? 31 - bits : 0;
-    const uint64_t mul = ((static_cast<uint64_t>(dstMax) << (shift + 1)) + srcMax) / (2 * static_cast<uint64_t>(srcMax));
+    const uint64_t mul =
+        srcMax > 0 ? ((static_cast<uint64_t>(dstMax) << (shift + 1)) + srcMax) / (2 * static_cast<uint64_t>(srcMax))
+                   : 0;
     const uint32_t add = shift > 0 ? 1u << (shift - 1) : 0u;
     const uint16_t* const tables[3] = {red, green, blue};
     for (int t = 0; t < 3; ++t) {

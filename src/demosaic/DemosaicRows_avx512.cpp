@@ -172,7 +172,8 @@ void Nearest(const DemosaicRowArgs& r)
         const __m512i sum0 = _mm512_add_epi16(_mm512_and_si512(rgBefore, low), green);
         const __m512i sum1 = _mm512_add_epi16(green, _mm512_srli_epi16(rgAt, 8));
         const __m512i red = _mm512_or_si512(red0, _mm512_slli_epi16(red0, 8));
-        const __m512i greens = _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
+        const __m512i greens =
+            _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
         // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
         const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
         Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
