@@ -17,6 +17,9 @@ typedef std::vector<unsigned char> Bytes;
 
 const int kGuard = 80;
 const uint32_t kMaxCount = 3 * 64 + 3;  // three AVX-512 vectors of pixels, plus three
+// Then a few long rows, beyond the chunks some functions work in.
+const uint32_t kLongCounts[] = {511, 512, 513, 1029, 1570};
+const uint32_t kRuns = 2 * (kMaxCount + sizeof kLongCounts / sizeof kLongCounts[0]);
 
 enum Method { kNearest, kBilinear, kHq, kRaw, kMono };
 
@@ -138,8 +141,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                 if (tables != &random) {
                     EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
                 }
-                for (uint32_t run = 0; run < 2 * kMaxCount; ++run) {
-                    const uint32_t count = run / 2 + 1;
+                for (uint32_t run = 0; run < kRuns; ++run) {
+                    const uint32_t count = run / 2 < kMaxCount ? run / 2 + 1 : kLongCounts[run / 2 - kMaxCount];
                     const int phase = static_cast<int>(run & 1);
                     // Rows exactly as long as the portable loop reads, so that a
                     // sanitizer sees any read beyond them.
