@@ -84,3 +84,12 @@ extern const int32_t BlueAtGreenInBlueDiv = 16;
 extern const int32_t BlueAtGreenInRedDiv = 16;
 extern const int32_t BlueAtRedInRedDiv = 16;
 extern const int32_t BlueAtBlueDiv = 4;
+
+extern const int32_t BayerToMonoKernel[25] = {
+    0,  -1, -2, -1, 0,   //
+    -1, 2,  6,  2,  -1,  //
+    -2, 6,  16, 6,  -2,  //
+    -1, 2,  6,  2,  -1,  //
+    0,  -1, -2, -1, 0,
+};
+extern const int32_t BayerToMonoKernelDiv = 32;
