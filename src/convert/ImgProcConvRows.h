@@ -51,6 +51,10 @@ struct sConvRowBodies {
     // 4:2:2 (U Y V Y) to colour with an identity table. Index: red first,
     // four bytes. Returns pixels done, a multiple of four.
     ConvBytesBody yuv422[2][2];
+    // 4:4:4 (U Y V) and 4:1:1 (U Y Y V Y Y) likewise; 4:1:1 returns a
+    // multiple of four.
+    ConvBytesBody yuv444[2][2];
+    ConvBytesBody yuv411[2][2];
 };
 
 // The bodies of one level; every entry of the baseline set is null, and a

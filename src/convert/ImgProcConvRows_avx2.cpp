@@ -270,38 +270,55 @@ inline void Yuv422Colours(__m256i in, __m256i& red, __m256i& green, __m256i& blu
     blue = _mm256_add_epi16(luma, blueTerm);
 }
 
-template <int Red, int Blue, int Bytes>
-int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
+// Red, green and blue from luma and centred chroma words of each pixel.
+inline void Colours(__m256i luma, __m256i u, __m256i v, __m256i& red, __m256i& green, __m256i& blue)
 {
-    // Byte j of a lane's 8 pixels comes from the red/green register (red in
-    // bytes 0..7, green in 8..15) or the blue one (blue in 0..7, zeros after).
-    signed char pickRG[2][16], pickB[2][16];
-    for (int j = 0; j < 32; ++j) {
-        const int p = j / Bytes, c = j % Bytes;
-        signed char rg = -1, b = -1;
-        if (j < 8 * Bytes) {
-            if (c == Red)
-                rg = static_cast<signed char>(p);
-            else if (c == 1)
-                rg = static_cast<signed char>(8 + p);
-            else if (c == Blue)
-                b = static_cast<signed char>(p);
+    const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, _mm256_set1_epi16(26411)));
+    const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, _mm256_set1_epi16(-14877)));
+    const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m256i low = _mm256_srai_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(u, v), weights), 16);
+    const __m256i high = _mm256_srai_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(u, v), weights), 16);
+    const __m256i greenTerm = _mm256_add_epi16(v, _mm256_packs_epi32(low, high));
+    red = _mm256_add_epi16(luma, redTerm);
+    green = _mm256_sub_epi16(luma, greenTerm);
+    blue = _mm256_add_epi16(luma, blueTerm);
+}
+
+// Stores sixteen pixels (words in pixel order, eight a lane) as colour
+// pixels: Red and Blue are the byte offsets of the outer samples, alpha 0.
+template <int Red, int Blue, int Bytes>
+struct sColourStore {
+    __m256i rg0, rg1, b0, b1;
+    sColourStore()
+    {
+        // Byte j of a lane's 8 pixels comes from the red/green register (red
+        // in bytes 0..7, green in 8..15) or the blue one (blue in 0..7).
+        signed char pickRG[2][16], pickB[2][16];
+        for (int j = 0; j < 32; ++j) {
+            const int p = j / Bytes, c = j % Bytes;
+            signed char rg = -1, b = -1;
+            if (j < 8 * Bytes) {
+                if (c == Red)
+                    rg = static_cast<signed char>(p);
+                else if (c == 1)
+                    rg = static_cast<signed char>(8 + p);
+                else if (c == Blue)
+                    b = static_cast<signed char>(p);
+            }
+            pickRG[j / 16][j % 16] = rg;
+            pickB[j / 16][j % 16] = b;
         }
-        pickRG[j / 16][j % 16] = rg;
-        pickB[j / 16][j % 16] = b;
+        rg0 = Lanes(pickRG[0]);
+        rg1 = Lanes(pickRG[1]);
+        b0 = Lanes(pickB[0]);
+        b1 = Lanes(pickB[1]);
     }
-    const __m256i rg0 = Lanes(pickRG[0]), rg1 = Lanes(pickRG[1]);
-    const __m256i b0 = Lanes(pickB[0]), b1 = Lanes(pickB[1]);
-    const int32_t even = width & ~1;
-    int32_t x = 0;
-    for (; x + 16 <= even; x += 16) {
-        __m256i red, green, blue;
-        Yuv422Colours(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
+    void Store(unsigned char* d, __m256i red, __m256i green, __m256i blue) const
+    {
         const __m256i rg = _mm256_packus_epi16(red, green);
         const __m256i bz = _mm256_packus_epi16(blue, _mm256_setzero_si256());
         const __m256i first = _mm256_or_si256(_mm256_shuffle_epi8(rg, rg0), _mm256_shuffle_epi8(bz, b0));
         const __m256i second = _mm256_or_si256(_mm256_shuffle_epi8(rg, rg1), _mm256_shuffle_epi8(bz, b1));
-        unsigned char* d = dst + Bytes * static_cast<std::ptrdiff_t>(x);
         if (Bytes == 4) {
             Storeu(d, _mm256_permute2x128_si256(first, second, 0x20));
             Storeu(d + 32, _mm256_permute2x128_si256(first, second, 0x31));
@@ -311,6 +328,82 @@ int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
             Store128(d + 24, _mm256_extracti128_si256(first, 1));
             _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 40), _mm256_extracti128_si256(second, 1));
         }
+    }
+};
+
+template <int Red, int Blue, int Bytes>
+int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const sColourStore<Red, Blue, Bytes> out;
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; x + 16 <= even; x += 16) {
+        __m256i red, green, blue;
+        Yuv422Colours(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
+        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// Words of one sample of eight pixels a lane; each lane's 24 bytes come
+// from two overlapping 16-byte windows, bytes 0..15 and 8..23.
+struct sYuv444Pick {
+    __m256i first[3], second[3];  // u, y, v
+    sYuv444Pick()
+    {
+        for (int k = 0; k < 3; ++k) {
+            signed char a[16], b[16];
+            for (int j = 0; j < 16; ++j) {
+                const int o = 3 * (j / 2) + k;
+                const bool sample = (j & 1) == 0;
+                a[j] = static_cast<signed char>(sample && o < 16 ? o : -1);
+                b[j] = static_cast<signed char>(sample && o >= 16 ? o - 8 : -1);
+            }
+            first[k] = Lanes(a);
+            second[k] = Lanes(b);
+        }
+    }
+};
+
+template <int Red, int Blue, int Bytes>
+int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sYuv444Pick pick;
+    const sColourStore<Red, Blue, Bytes> out;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    int32_t x = 0;
+    for (; x + 16 <= width; x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu2(s, s + 24);
+        const __m256i b = Loadu2(s + 8, s + 32);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm256_or_si256(_mm256_shuffle_epi8(a, pick.first[k]), _mm256_shuffle_epi8(b, pick.second[k]));
+        __m256i red, green, blue;
+        Colours(c[1], _mm256_sub_epi16(c[0], neutral), _mm256_sub_epi16(c[2], neutral), red, green, blue);
+        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// Groups of U Y Y V Y Y: two a lane, from 16-byte loads of which 12 count.
+template <int Red, int Blue, int Bytes>
+int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kLuma[16] = {1, -1, 2, -1, 4, -1, 5, -1, 7, -1, 8, -1, 10, -1, 11, -1};
+    static const signed char kU[16] = {0, -1, 0, -1, 0, -1, 0, -1, 6, -1, 6, -1, 6, -1, 6, -1};
+    static const signed char kV[16] = {3, -1, 3, -1, 3, -1, 3, -1, 9, -1, 9, -1, 9, -1, 9, -1};
+    const __m256i pickLuma = Lanes(kLuma), pickU = Lanes(kU), pickV = Lanes(kV);
+    const sColourStore<Red, Blue, Bytes> out;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; x + 20 <= whole; x += 16) {
+        const __m256i in = Loadu2(src + (x / 4) * 6, src + (x / 4) * 6 + 12);
+        __m256i red, green, blue;
+        Colours(_mm256_shuffle_epi8(in, pickLuma), _mm256_sub_epi16(_mm256_shuffle_epi8(in, pickU), neutral),
+                _mm256_sub_epi16(_mm256_shuffle_epi8(in, pickV), neutral), red, green, blue);
+        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
     }
     return x;
 }
@@ -339,4 +432,12 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->yuv422[0][1] = Yuv422<2, 0, 4>;
     b->yuv422[1][0] = Yuv422<0, 2, 3>;
     b->yuv422[1][1] = Yuv422<0, 2, 4>;
+    b->yuv444[0][0] = Yuv444<2, 0, 3>;
+    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[1][0] = Yuv444<0, 2, 3>;
+    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv411[0][0] = Yuv411<2, 0, 3>;
+    b->yuv411[0][1] = Yuv411<2, 0, 4>;
+    b->yuv411[1][0] = Yuv411<0, 2, 3>;
+    b->yuv411[1][1] = Yuv411<0, 2, 4>;
 }

@@ -239,10 +239,26 @@ inline void Yuv422Colours(__m512i in, __m512i& red, __m512i& green, __m512i& blu
     blue = _mm512_add_epi16(luma, blueTerm);
 }
 
+// Red, green and blue from luma and centred chroma words of each pixel.
+inline void Colours(__m512i luma, __m512i u, __m512i v, __m512i& red, __m512i& green, __m512i& blue)
+{
+    const __m512i redTerm = _mm512_add_epi16(v, _mm512_mulhi_epi16(v, _mm512_set1_epi16(26411)));
+    const __m512i blueTerm = _mm512_add_epi16(_mm512_add_epi16(u, u), _mm512_mulhi_epi16(u, _mm512_set1_epi16(-14877)));
+    const __m512i weights = _mm512_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m512i low = _mm512_srai_epi32(_mm512_madd_epi16(_mm512_unpacklo_epi16(u, v), weights), 16);
+    const __m512i high = _mm512_srai_epi32(_mm512_madd_epi16(_mm512_unpackhi_epi16(u, v), weights), 16);
+    const __m512i greenTerm = _mm512_add_epi16(v, _mm512_packs_epi32(low, high));
+    red = _mm512_add_epi16(luma, redTerm);
+    green = _mm512_sub_epi16(luma, greenTerm);
+    blue = _mm512_add_epi16(luma, blueTerm);
+}
+
+// Stores 32 pixels (words in pixel order) as colour pixels: Red and Blue are
+// the byte offsets of the outer samples, alpha 0.
 template <int Red, int Blue, int PixelBytes>
-struct sYuvPermute {
+struct sColourStore {
     unsigned char index[2][64];
-    sYuvPermute()
+    sColourStore()
     {
         // Sources: red/green register (lane l: red 16l.., green 16l+8..) as
         // bytes 0..63, blue register (lane l: blue 16l.., zeros 16l+8..) as
@@ -260,28 +276,115 @@ struct sYuvPermute {
             index[j / 64][j % 64] = static_cast<unsigned char>(j < 32 * PixelBytes ? from : 0);
         }
     }
+    void Store(unsigned char* d, __m512i red, __m512i green, __m512i blue) const
+    {
+        const __m512i rg = _mm512_packus_epi16(red, green);
+        const __m512i bz = _mm512_packus_epi16(blue, _mm512_setzero_si512());
+        _mm512_storeu_si512(d, _mm512_permutex2var_epi8(rg, Table(index[0]), bz));
+        const __m512i rest = _mm512_permutex2var_epi8(rg, Table(index[1]), bz);
+        if (PixelBytes == 4)
+            _mm512_storeu_si512(d + 64, rest);
+        else
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 64), _mm512_castsi512_si256(rest));
+    }
 };
 
 template <int Red, int Blue, int PixelBytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sYuvPermute<Red, Blue, PixelBytes> table;
-    const __m512i first = Table(table.index[0]);
-    const __m512i second = Table(table.index[1]);
+    static const sColourStore<Red, Blue, PixelBytes> out;
     const int32_t even = width & ~1;
     int32_t x = 0;
     for (; x + 32 <= even; x += 32) {
         __m512i red, green, blue;
         Yuv422Colours(_mm512_loadu_si512(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
-        const __m512i rg = _mm512_packus_epi16(red, green);
-        const __m512i bz = _mm512_packus_epi16(blue, _mm512_setzero_si512());
-        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
-        _mm512_storeu_si512(d, _mm512_permutex2var_epi8(rg, first, bz));
-        const __m512i rest = _mm512_permutex2var_epi8(rg, second, bz);
-        if (PixelBytes == 4)
-            _mm512_storeu_si512(d + 64, rest);
-        else
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 64), _mm512_castsi512_si256(rest));
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// Zero-extended words of one sample of 32 pixels picked from 128 bytes.
+struct sSamplePick {
+    unsigned char index[3][64];  // u, y, v
+};
+
+// 4:4:4: the second register holds bytes 32..95, so nothing past the 96
+// bytes of 32 pixels is read.
+const sSamplePick& Yuv444Pick()
+{
+    static const sSamplePick pick = [] {
+        sSamplePick t;
+        for (int k = 0; k < 3; ++k)
+            for (int p = 0; p < 32; ++p) {
+                const int o = 3 * p + k;
+                t.index[k][2 * p] = static_cast<unsigned char>(o < 64 ? o : 64 + o - 32);
+                t.index[k][2 * p + 1] = 0;
+            }
+        return t;
+    }();
+    return pick;
+}
+
+// 4:1:1: eight groups of U Y Y V Y Y in 48 bytes.
+const sSamplePick& Yuv411Pick()
+{
+    static const sSamplePick pick = [] {
+        sSamplePick t;
+        static const int kLuma[4] = {1, 2, 4, 5};
+        for (int p = 0; p < 32; ++p) {
+            const int g = 6 * (p / 4);
+            t.index[0][2 * p] = static_cast<unsigned char>(g);
+            t.index[1][2 * p] = static_cast<unsigned char>(g + kLuma[p % 4]);
+            t.index[2][2 * p] = static_cast<unsigned char>(g + 3);
+            for (int k = 0; k < 3; ++k)
+                t.index[k][2 * p + 1] = 0;
+        }
+        return t;
+    }();
+    return pick;
+}
+
+const __mmask64 kLowBytes = 0x5555555555555555ull;
+
+template <int Red, int Blue, int PixelBytes>
+int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sColourStore<Red, Blue, PixelBytes> out;
+    const sSamplePick& pick = Yuv444Pick();
+    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    const __m512i neutral = _mm512_set1_epi16(127);
+    int32_t x = 0;
+    for (; x + 32 <= width; x += 32) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 32);
+        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pu, b), neutral);
+        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pv, b), neutral);
+        __m512i red, green, blue;
+        Colours(_mm512_maskz_permutex2var_epi8(kLowBytes, a, py, b), u, v, red, green, blue);
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// A whole-register load takes 48 bytes and reaches 16 further: 44 pixels of
+// room inside the row's groups.
+template <int Red, int Blue, int PixelBytes>
+int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sColourStore<Red, Blue, PixelBytes> out;
+    const sSamplePick& pick = Yuv411Pick();
+    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    const __m512i neutral = _mm512_set1_epi16(127);
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; x + 44 <= whole; x += 32) {
+        const __m512i in = _mm512_loadu_si512(src + (x / 4) * 6);
+        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pu, in), neutral);
+        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pv, in), neutral);
+        __m512i red, green, blue;
+        Colours(_mm512_maskz_permutexvar_epi8(kLowBytes, py, in), u, v, red, green, blue);
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
     }
     return x;
 }
@@ -307,4 +410,12 @@ void ConvRowBodiesAvx512(sConvRowBodies* b)
     b->yuv422[0][1] = Yuv422<2, 0, 4>;
     b->yuv422[1][0] = Yuv422<0, 2, 3>;
     b->yuv422[1][1] = Yuv422<0, 2, 4>;
+    b->yuv444[0][0] = Yuv444<2, 0, 3>;
+    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[1][0] = Yuv444<0, 2, 3>;
+    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv411[0][0] = Yuv411<2, 0, 3>;
+    b->yuv411[0][1] = Yuv411<2, 0, 4>;
+    b->yuv411[1][0] = Yuv411<0, 2, 3>;
+    b->yuv411[1][1] = Yuv411<0, 2, 4>;
 }

@@ -201,8 +201,10 @@ void Yuv411ToSame(const unsigned char* src, unsigned char* dst, int32_t width, c
     }
 }
 
-// Vector body in front of the portable loop, which finishes the row in its
-// blocks of four pixels.
+enum eYuvSource { YUV_411, YUV_422, YUV_444 };
+
+// Vector bodies in front of the portable loops, which finish the rows in
+// their blocks and groups.
 template <int Red, int Blue, int Bytes>
 void Yuv422ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
@@ -211,9 +213,36 @@ void Yuv422ToColourVector(const unsigned char* src, unsigned char* dst, int32_t 
                                      width - done, row);
 }
 
-// --- selection --------------------------------------------------------------
+template <int Red, int Blue, int Bytes>
+void Yuv444ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    Yuv444ToColour<Red, Blue, Bytes>(src + 3 * static_cast<std::ptrdiff_t>(done), dst + done * row.dstStep,
+                                     width - done, row);
+}
 
-enum eYuvSource { YUV_411, YUV_422, YUV_444 };
+template <int Red, int Blue, int Bytes>
+void Yuv411ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    Yuv411ToColour<Red, Blue, Bytes>(src + 6 * static_cast<std::ptrdiff_t>(done / 4), dst + done * row.dstStep,
+                                     width - done, row);
+}
+
+template <int Red, int Blue, int Bytes>
+YuvRowConverter VectorRow(eYuvSource source)
+{
+    switch (source) {
+    case YUV_411:
+        return Yuv411ToColourVector<Red, Blue, Bytes>;
+    case YUV_422:
+        return Yuv422ToColourVector<Red, Blue, Bytes>;
+    default:
+        return Yuv444ToColourVector<Red, Blue, Bytes>;
+    }
+}
+
+// --- selection --------------------------------------------------------------
 
 template <int Red, int Blue, int Bytes>
 YuvRowConverter ColourRow(eYuvSource source)
@@ -269,16 +298,21 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
     row->lut = lut;
     row->bytes = nullptr;
 
-    if (source != YUV_422 || grey || srcFormat == dstFormat || row->dstStep < 0)
+    // Colour rows walking forward, one pixel a step, have vector bodies.
+    if (grey || srcFormat == dstFormat || row->dstStep != unit)
         return;
-    const ConvBytesBody body = ConvRowBodies(level).yuv422[redFirst ? 1 : 0][fourBytes ? 1 : 0];
+    const sConvRowBodies& bodies = ConvRowBodies(level);
+    const ConvBytesBody(&set)[2][2] = source == YUV_411   ? bodies.yuv411
+                                      : source == YUV_422 ? bodies.yuv422
+                                                          : bodies.yuv444;
+    const ConvBytesBody body = set[redFirst ? 1 : 0][fourBytes ? 1 : 0];
     if (body == nullptr || !ConvLutIsIdentity8(lut))
         return;
     row->bytes = body;
     if (redFirst)
-        row->convert = fourBytes ? Yuv422ToColourVector<0, 2, 4> : Yuv422ToColourVector<0, 2, 3>;
+        row->convert = fourBytes ? VectorRow<0, 2, 4>(source) : VectorRow<0, 2, 3>(source);
     else
-        row->convert = fourBytes ? Yuv422ToColourVector<2, 0, 4> : Yuv422ToColourVector<2, 0, 3>;
+        row->convert = fourBytes ? VectorRow<2, 0, 4>(source) : VectorRow<2, 0, 3>(source);
 }
 
 CImgProcConvYUV::CImgProcConvYUV() {}
