@@ -9,6 +9,7 @@
 #include "KvMath.h"
 #include "MemoryAccess.h"
 #include "PixelTypes.h"
+#include "SampleIO.h"
 
 #include "ImgProcConvDemosaic_BL.inl"
 #include "ImgProcConvDemosaic_HQBL.inl"
@@ -150,14 +151,13 @@ struct RowTarget<D, false> {
 template <typename D>
 struct RowTarget<D, true> {
     D* planes[3];
-    // `at` is the red sample; green lies one plane above it, blue two. The
-    // plane distance is 32-bit and may wrap like all of the addressing.
+    // `at` is the red sample; the templates take blue, green, red.
     RowTarget(unsigned char* at, int32_t planeSize)
     {
-        const std::ptrdiff_t s = planeSize;
-        planes[0] = reinterpret_cast<D*>(at + 2 * s);
-        planes[1] = reinterpret_cast<D*>(at + s);
-        planes[2] = reinterpret_cast<D*>(at);
+        unsigned char* rgb[3];
+        SampleIO::Planes(at, planeSize, rgb);
+        for (int k = 0; k < 3; ++k)
+            planes[k] = reinterpret_cast<D*>(rgb[2 - k]);
     }
     D** get() { return planes; }
 };
@@ -213,12 +213,12 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     CMemoryAccess* dst = cv.mpMemDst;
     CMemoryAccess* src = cv.mpMemSrc;
     const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
-    const int32_t dstX = KvWrap32(KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX));
+    const uint32_t dstX = KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX);
     unsigned char** ring = cv.mppRows;
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        const int32_t dstY = KvWrap32((y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
-        unsigned char* at = dst->GetImagePointer(dstX, dstY, 0);
+        unsigned char* at =
+            SampleIO::RowAddress(dst, dstX, (y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
         if (at == nullptr)
             break;
         // A source of 3 or 4 rows lets the 5-row loop bound wrap; its window
@@ -256,30 +256,48 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
 }
 
 // The mosaic copied as it is, every site through the red table.
-template <typename S, typename DS>
-void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
+void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
 {
     CMemoryAccess* dst = cv.mpMemDst;
     CMemoryAccess* src = cv.mpMemSrc;
-    const uint16_t* const lut = cv.mpLUTRed;
-    const std::ptrdiff_t step = cv.miStepX;
-    const std::ptrdiff_t columns = plan.columns;
+    DemosaicRowArgs args = {};
+    args.step = cv.miStepX;
+    args.count = plan.columns > 0 ? KvU32(plan.columns) : 0u;
+    args.lut[0] = cv.mpLUTRed;
+    args.lut[1] = cv.mpLUTGreen;
+    args.lut[2] = cv.mpLUTBlue;
+    args.bytes = &cv.mByteTables;
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        const int32_t dstY = KvWrap32(KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
-        DS* out = reinterpret_cast<DS*>(dst->GetImagePointer(cv.miDstStartX, dstY, 0));
-        if (out == nullptr)
+        args.out[0] = SampleIO::RowAddress(dst, KvU32(cv.miDstStartX), KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
+        if (args.out[0] == nullptr)
             break;
-        const S* in = reinterpret_cast<const S*>(src->GetImagePointer(0, KvWrap32(y), 0));
-        if (in == nullptr)
+        args.rows[0] = src->GetImagePointer(0, KvWrap32(y), 0);
+        if (args.rows[0] == nullptr)
             break;  // a chunk shorter than the image: no row to read
-        for (std::ptrdiff_t x = 0; x < columns; ++x)
-            nnlut::Store(out + x * step, lut[nnlut::Load(in + x)]);
+        row(args);
+    }
+}
+
+// Largest sample value of a depth, as the tone tables count it.
+uint32_t LargestValue(int32_t bppEff)
+{
+    switch (bppEff) {
+    case 10:
+        return 1023;
+    case 12:
+        return 4095;
+    case 14:
+        return 16383;
+    case 16:
+        return 65535;
+    default:
+        return 255;
     }
 }
 
 // The three sample widths: 8-bit source, 16-bit source to 8-bit samples,
 // 16-bit source to 16-bit samples.
-enum WidthCase { kByteToByte, kWordToByte, kWordToWord };
+enum WidthCase { kByteToByte = kWidthByteToByte, kWordToByte = kWidthWordToByte, kWordToWord = kWidthWordToWord };
 
 }  // namespace
 
@@ -290,7 +308,9 @@ CImgProcConvDemosaic::CImgProcConvDemosaic()
       mpLUTRed(nullptr),
       mpLUTGreen(nullptr),
       mpLUTBlue(nullptr),
-      miReserved256(256)
+      miReserved256(256),
+      mpRowSet(&DemosaicRows::For(KvCpuActive())),
+      mByteTables()
 {
 }
 
@@ -308,6 +328,17 @@ bool CImgProcConvDemosaic::OnConvert()
     mpLUTRed = mpImgProc->mpLUT[0];
     mpLUTGreen = mpImgProc->mpLUT[1];
     mpLUTBlue = mpImgProc->mpLUT[2];
+    mpRowSet = &DemosaicRows::For(KvCpuActive());
+    // 8-bit sources index the first 256 entries only; deep ones may index
+    // any entry, and a rescale can be computed for indices up to srcMax.
+    mByteTables.valid = false;
+    for (int t = 0; t < 3; ++t)
+        mByteTables.rescale[t] = false;
+    if (mpMemSrc->mdBytePerPixel == 1.0)
+        DemosaicRows::FillByteTables(mpLUTRed, mpLUTGreen, mpLUTBlue, &mByteTables);
+    else
+        DemosaicRows::FillRescale(mpLUTRed, mpLUTGreen, mpLUTBlue, LargestValue(mpMemSrc->miBppEff),
+                                  LargestValue(mpMemDst->miBppEff), &mByteTables);
 
     delete[] mppRows;
     mppRows = nullptr;
@@ -420,12 +451,7 @@ bool CImgProcConvDemosaic::OnConvert()
     case kClassBayer:
         // `columns` carries the half of the type that is set: bilinear leaves
         // the last column out, the 5-row methods the last two.
-        if (width == kByteToByte)
-            RawRows<BYTE, BYTE>(*this, plan);
-        else if (width == kWordToByte)
-            RawRows<WORD, BYTE>(*this, plan);
-        else
-            RawRows<WORD, WORD>(*this, plan);
+        RawRows(*this, plan, mpRowSet->raw[width]);
         break;
     default:
         break;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "DemosaicRows.h"
 #include "ImgProcConv.h"
 #include "KorvaTypes.h"
 
@@ -46,6 +47,11 @@ public:
     uint16_t* mpLUTGreen;
     uint16_t* mpLUTBlue;
     int32_t miReserved256;
+
+    // Row functions of the instruction level in force, picked per frame,
+    // and the 8-bit view of the tables that their fast paths use.
+    const DemosaicRowSet* mpRowSet;
+    DemosaicByteTables mByteTables;
 };
 
 #endif

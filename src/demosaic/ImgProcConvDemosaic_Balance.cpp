@@ -3,20 +3,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "DemosaicRows.h"
 #include "ImgProcConvDemosaic.h"
+#include "KvCpu.h"
 #include "KorvaPixelFormats.h"
 #include "MemoryAccess.h"
-
-namespace {
-
-// Only cells with every value in this range count: dark and saturated cells
-// would pull the means toward black or white.
-inline bool Usable(int32_t value)
-{
-    return value >= 21 && value <= 249;
-}
-
-}  // namespace
 
 bool CImgProcConvDemosaic::GetBalance(double* red, double* green, double* blue)
 {
@@ -30,33 +21,19 @@ bool CImgProcConvDemosaic::GetBalance(double* red, double* green, double* blue)
     const int32_t width = mpMemDst->miRoiWidth;
     const int32_t height = mpMemDst->miRoiHeight;
 
-    // Byte offsets of the sites inside a cell, (x, y) being (column, row):
-    // p00 = 0, p10 = 1, p01 = stride, p11 = stride + 1.
-    std::ptrdiff_t redAt;
-    std::ptrdiff_t greenAt1;
-    std::ptrdiff_t greenAt2;
-    std::ptrdiff_t blueAt;
+    DemosaicCellLayout layout;
     switch (mpMemSrc->miPixelFormat) {
     case KORVA_PIXTYPE_BAYRG8:
-        redAt = 0;
-        greenAt1 = 1;
-        greenAt2 = stride;
-        blueAt = stride + 1;
+        layout = kCellRG;
         break;
     case KORVA_PIXTYPE_BAYGR8:
-        redAt = 1;
-        greenAt1 = 0;
-        greenAt2 = stride + 1;
-        blueAt = stride;
+        layout = kCellGR;
         break;
     case KORVA_PIXTYPE_BAYGB8:
     // BG is read as GB, green on the main diagonal. Callers depend on the
     // factors as they come out, so it stays.
     case KORVA_PIXTYPE_BAYBG8:
-        redAt = stride;
-        greenAt1 = 0;
-        greenAt2 = stride + 1;
-        blueAt = 1;
+        layout = kCellGB;
         break;
     default:
         return false;
@@ -69,29 +46,22 @@ bool CImgProcConvDemosaic::GetBalance(double* red, double* green, double* blue)
         return false;
     }
 
-    double sumRed = 0.0;
-    double sumGreen = 0.0;
-    double sumBlue = 0.0;
-    int32_t count = 0;
+    // Whole-number sums are exact in any order, so the rows may be summed by
+    // any instruction level and the means come out the same.
+    const DemosaicBalanceFn row = DemosaicRows::For(KvCpuActive()).balance[layout];
+    const uint32_t cells = width - 2 > 0 ? (static_cast<uint32_t>(width - 2) + 1u) / 2u : 0u;
+    DemosaicBalanceSums sums = {0, 0, 0, 0};
     for (int32_t y = 0; y < height - 2; y += 2) {
-        const unsigned char* row = source + y * stride;
-        for (int32_t x = 0; x < width - 2; x += 2) {
-            const unsigned char* cell = row + x;
-            const int32_t r = cell[redAt];
-            // Shifted, not rounded.
-            const int32_t g = (cell[greenAt1] + cell[greenAt2]) >> 1;
-            const int32_t b = cell[blueAt];
-            if (Usable(r) && Usable(g) && Usable(b)) {
-                sumRed += r;
-                sumGreen += g;
-                sumBlue += b;
-                ++count;
-            }
-        }
+        const unsigned char* top = source + y * stride;
+        row(top, top + stride, cells, &sums);
     }
+    const int32_t count = static_cast<int32_t>(sums.count);
     if (count == 0) {
         return false;
     }
+    const double sumRed = static_cast<double>(sums.red);
+    const double sumGreen = static_cast<double>(sums.green);
+    const double sumBlue = static_cast<double>(sums.blue);
 
     const double meanRed = sumRed / count;
     const double meanGreen = sumGreen / count;

@@ -1,0 +1,630 @@
+// AVX2 row functions for 8-bit Bayer sources, 32 pixels at a time; the
+// first pair and the rest of a row go to the portable function with the
+// values that carry from pair to pair, so that exactly the portable loop's
+// bytes are read and written. AVX2 has no byte permute over 256 entries:
+// tables that are not the identity are looked up sample by sample from the
+// vector's bytes.
+#include <immintrin.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "DemosaicRows.h"
+
+namespace demosaic_avx2 {
+
+const uint32_t kPairs = 16;  // pairs of columns in one vector: 32 pixels
+
+inline __m256i Load(const unsigned char* p)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+inline void Store(unsigned char* p, __m256i v)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+struct ByteTables {
+    const uint8_t* bytes[3];
+    bool lookup[3];
+
+    explicit ByteTables(const DemosaicByteTables& t)
+    {
+        for (int k = 0; k < 3; ++k) {
+            bytes[k] = t.bytes[k];
+            lookup[k] = !t.identity[k];
+        }
+    }
+
+    __m256i operator()(int k, __m256i index) const
+    {
+        if (!lookup[k])
+            return index;
+        alignas(32) uint8_t v[32];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(v), index);
+        const uint8_t* const table = bytes[k];
+        for (int j = 0; j < 32; ++j)
+            v[j] = table[v[j]];
+        return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
+    }
+};
+
+// Byte shuffles that lay out three vectors of samples as packed three-byte
+// pixels, 16 pixels per 128-bit lane: masks[v][c] places channel c into
+// output vector v of a lane's 48 bytes.
+struct Interleave {
+    __m256i masks[3][3];
+
+    Interleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            for (int c = 0; c < 3; ++c) {
+                alignas(32) uint8_t m[32];
+                for (int j = 0; j < 16; ++j) {
+                    const int n = 16 * v + j;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? n / 3 : 0x80);
+                }
+                masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            }
+        }
+    }
+};
+
+const Interleave& Pattern()
+{
+    static const Interleave pattern;
+    return pattern;
+}
+
+// Destination rows of one call, held by value.
+struct Outs {
+    unsigned char* out[3];
+};
+
+template <int kLayout>
+inline void Put(const Outs& o, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
+                const Interleave& il)
+{
+    if (kLayout == kLayoutPlanar) {
+        Store(o.out[0] + x, red);
+        Store(o.out[1] + x, green);
+        Store(o.out[2] + x, blue);
+        return;
+    }
+    const __m256i ch[3] = {kLayout == kLayoutRGB ? red : blue, green, kLayout == kLayoutRGB ? blue : red};
+    __m256i lanes[3];
+    for (int v = 0; v < 3; ++v)
+        lanes[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], il.masks[v][0]),
+                                                   _mm256_shuffle_epi8(ch[1], il.masks[v][1])),
+                                   _mm256_shuffle_epi8(ch[2], il.masks[v][2]));
+    // Low lanes hold pixels 0 to 15, high lanes 16 to 31.
+    unsigned char* out = o.out[0] + 3 * x;
+    Store(out, _mm256_permute2x128_si256(lanes[0], lanes[1], 0x20));
+    Store(out + 32, _mm256_permute2x128_si256(lanes[2], lanes[0], 0x30));
+    Store(out + 64, _mm256_permute2x128_si256(lanes[1], lanes[2], 0x31));
+}
+
+inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
+{
+    DemosaicRowArgs rest = r;
+    const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(pair);
+    for (int k = 0; k < 3; ++k)
+        if (rest.rows[k] != nullptr)
+            rest.rows[k] += x;
+    if (layout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            rest.out[k] += x;
+    } else {
+        rest.out[0] += 3 * x;
+    }
+    rest.count = r.count - pair;
+    return rest;
+}
+
+inline bool Vectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const ByteTables tables(*r.bytes);
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i rgBefore = Load(rg + c - 1);
+        const __m256i rgAt = Load(rg + c);
+        const __m256i gbBefore = Load(gb + c - 1);
+        const __m256i gbAt = Load(gb + c);
+        const __m256i red0 = _mm256_and_si256(rgAt, low);
+        const __m256i green = _mm256_and_si256(gbAt, low);
+        const __m256i sum0 = _mm256_add_epi16(_mm256_and_si256(rgBefore, low), green);
+        const __m256i sum1 = _mm256_add_epi16(green, _mm256_srli_epi16(rgAt, 8));
+        const __m256i red = _mm256_or_si256(red0, _mm256_slli_epi16(red0, 8));
+        const __m256i greens =
+            _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
+        const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
+        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+template <int kLayout>
+void Bilinear(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
+        const __m256i acm = _mm256_add_epi16(am, cm);
+        const __m256i ac0 = _mm256_add_epi16(a0, c0);
+        const __m256i ac1 = _mm256_add_epi16(a1, c1);
+        const __m256i ac2 = _mm256_add_epi16(a2, c2);
+        __m256i r0, g0, b0out, r1, g1, b1out;
+        if (redRow) {
+            r0 = b0;
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
+            b1out = _mm256_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm256_srli_epi16(ac0, 1);
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        const __m256i red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
+        const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
+        const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
+        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+inline __m256i Widen(const unsigned char* p)
+{
+    return _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+}
+
+// One row of the 5x5 brightness, 16 outputs at a time; see the AVX-512
+// version for the range of the sums.
+void Mono(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
+    if (r.step != 1 || r.count < 16) {
+        portable(r);
+        return;
+    }
+    // Copies, so that stores need not reload them.
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    unsigned char* const out = r.out[0];
+    const uint32_t count = r.count;
+    const auto vector = [&](uint32_t x) {
+        __m256i s04[5], s13[5], s2[5];
+        for (int j = 0; j < 5; ++j) {
+            s04[j] = _mm256_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
+            s13[j] = _mm256_add_epi16(Widen(rows[1] + x + j), Widen(rows[3] + x + j));
+            s2[j] = Widen(rows[2] + x + j);
+        }
+        const __m256i s13mid = _mm256_add_epi16(s13[1], s13[3]);
+        const __m256i s2mid = _mm256_add_epi16(s2[1], s2[3]);
+        const __m256i positive = _mm256_add_epi16(
+            _mm256_add_epi16(_mm256_slli_epi16(s13mid, 1), _mm256_mullo_epi16(s13[2], _mm256_set1_epi16(6))),
+            _mm256_add_epi16(_mm256_mullo_epi16(s2mid, _mm256_set1_epi16(6)), _mm256_slli_epi16(s2[2], 4)));
+        const __m256i negative = _mm256_add_epi16(
+            _mm256_add_epi16(_mm256_add_epi16(s04[1], s04[3]), _mm256_slli_epi16(s04[2], 1)),
+            _mm256_add_epi16(_mm256_add_epi16(s13[0], s13[4]), _mm256_slli_epi16(_mm256_add_epi16(s2[0], s2[4]), 1)));
+        const __m256i sum = _mm256_max_epi16(_mm256_sub_epi16(positive, negative), _mm256_setzero_si256());
+        const __m256i v = _mm256_srli_epi16(sum, 5);
+        // packus saturates at 255; the lanes are interleaved by 128 bits.
+        const __m256i packed = _mm256_packus_epi16(v, v);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x),
+                         _mm256_castsi256_si128(_mm256_permute4x64_epi64(packed, 0x08)));
+    };
+    uint32_t x = 0;
+    for (; x + 16 <= count; x += 16)
+        vector(x);
+    // The last vector ends at the row's end: some outputs get the same
+    // bytes again.
+    if (x < count)
+        vector(count - 16);
+}
+
+void Raw(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
+    // Only the identity is worth a vector here: it is a copy.
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || !r.bytes->identity[0] || r.count < 32) {
+        portable(r);
+        return;
+    }
+    const auto vector = [&](uint32_t x) { Store(r.out[0] + x, Load(r.rows[0] + x)); };
+    uint32_t x = 0;
+    for (; x + 32 <= r.count; x += 32)
+        vector(x);
+    if (x < r.count)
+        vector(r.count - 32);
+}
+
+
+// Colour balance, 16 cells of a pair of rows at a time in 16-bit lanes: the
+// sums of 256 vectors fit before they are widened. The last cells of a row
+// go to the portable function.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const __m256i from = _mm256_set1_epi16(21);
+    const __m256i to = _mm256_set1_epi16(249);
+    const __m256i ones = _mm256_set1_epi16(1);
+    const uint32_t whole = cells & ~15u;
+    uint64_t red = 0, green = 0, blue = 0, count = 0;
+    uint32_t c = 0;
+    while (c < whole) {
+        __m256i r16 = _mm256_setzero_si256(), g16 = r16, b16 = r16, n16 = r16;
+        const uint32_t stop = whole - c > 256 * 16 ? c + 256 * 16 : whole;
+        for (; c < stop; c += 16) {
+            const __m256i t = Load(top + 2 * c);
+            const __m256i b = Load(bottom + 2 * c);
+            const __m256i site[4] = {_mm256_and_si256(t, low), _mm256_srli_epi16(t, 8), _mm256_and_si256(b, low),
+                                     _mm256_srli_epi16(b, 8)};
+            const __m256i r = site[kRed];
+            const __m256i g = _mm256_srli_epi16(_mm256_add_epi16(site[kGreen1], site[kGreen2]), 1);
+            const __m256i bl = site[kBlue];
+            // All-ones lanes where a value stays the same when clamped to 21..249.
+            const __m256i usable = _mm256_and_si256(
+                _mm256_and_si256(_mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(r, from), to), r),
+                                 _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(g, from), to), g)),
+                _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(bl, from), to), bl));
+            r16 = _mm256_add_epi16(r16, _mm256_and_si256(r, usable));
+            g16 = _mm256_add_epi16(g16, _mm256_and_si256(g, usable));
+            b16 = _mm256_add_epi16(b16, _mm256_and_si256(bl, usable));
+            n16 = _mm256_sub_epi16(n16, usable);
+        }
+        alignas(32) uint32_t lanes[4][8];
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[0]), _mm256_madd_epi16(r16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[1]), _mm256_madd_epi16(g16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[2]), _mm256_madd_epi16(b16, ones));
+        _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[3]), _mm256_madd_epi16(n16, ones));
+        for (int j = 0; j < 8; ++j) {
+            red += lanes[0][j];
+            green += lanes[1][j];
+            blue += lanes[2][j];
+            count += lanes[3][j];
+        }
+    }
+    sums->red += red;
+    sums->green += green;
+    sums->blue += blue;
+    sums->count += count;
+    if (whole < cells) {
+        const DemosaicBalanceFn portable =
+            DemosaicRows::Portable().balance[kRed == 0 ? kCellRG : kRed == 1 ? kCellGR : kCellGB];
+        portable(top + 2 * whole, bottom + 2 * whole, cells - whole, sums);
+    }
+}
+
+
+// ---- 16-bit sources: 10- and 12-bit mosaics, 8 pairs at a time ------------
+// As in the AVX-512 file: verified rescale tables are computed for vectors
+// whose indices lie within the source depth, anything else is gathered, and
+// a vector holding a table's last index is looked up entry by entry so that
+// no gather reads past a table.
+
+const uint32_t kWordPairs = 8;
+
+inline __m256i Gather(const uint16_t* table, __m256i index)
+{
+    const __m256i last = _mm256_set1_epi32(0xFFFF);
+    if (_mm256_movemask_epi8(_mm256_cmpeq_epi32(index, last)) == 0)
+        return _mm256_and_si256(
+            _mm256_mask_i32gather_epi32(_mm256_setzero_si256(), reinterpret_cast<const int*>(table), index,
+                                        _mm256_set1_epi32(-1), 2),
+            last);
+    alignas(32) uint32_t v[8];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(v), index);
+    for (int j = 0; j < 8; ++j)
+        v[j] = table[v[j]];
+    return _mm256_load_si256(reinterpret_cast<const __m256i*>(v));
+}
+
+struct DeepTables {
+    const uint16_t* lut[3];
+    bool rescale[3];
+    __m256i mul[3], add[3], limit[3];
+    __m128i shift[3];
+
+    explicit DeepTables(const DemosaicRowArgs& r)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lut[k] = r.lut[k];
+            rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
+            mul[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->mul[k]) : 0);
+            add[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->add[k]) : 0);
+            limit[k] = _mm256_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->limit[k]) : 0);
+            shift[k] = _mm_cvtsi32_si128(rescale[k] ? static_cast<int>(r.bytes->shift[k]) : 0);
+        }
+    }
+
+    // Indices are below 2^17, so a signed comparison serves.
+    __m256i operator()(int k, __m256i index) const
+    {
+        if (rescale[k] && _mm256_movemask_epi8(_mm256_cmpgt_epi32(index, limit[k])) == 0)
+            return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+        return Gather(lut[k], index);
+    }
+};
+
+// Byte shuffles for 8 pixels of three 16-bit samples per 128-bit lane.
+struct WordInterleave {
+    __m256i masks[3][3];
+
+    WordInterleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            for (int c = 0; c < 3; ++c) {
+                alignas(32) uint8_t m[32];
+                for (int j = 0; j < 16; ++j) {
+                    const int n = 16 * v + j;
+                    const int element = n / 2;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(element % 3 == c ? 2 * (element / 3) + n % 2 : 0x80);
+                }
+                masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            }
+        }
+    }
+};
+
+const WordInterleave& WordPattern()
+{
+    static const WordInterleave pattern;
+    return pattern;
+}
+
+// 16 pixels from pairs of table entries.
+template <int kLayout, int kWidth>
+inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
+                     const WordInterleave& wl)
+{
+    if (kWidth == kWidthWordToByte) {
+        const __m256i low = _mm256_set1_epi32(0xFF);
+        __m128i c[3];
+        for (int k = 0; k < 3; ++k) {
+            const __m256i pairs =
+                _mm256_or_si256(_mm256_and_si256(e[k][0], low), _mm256_slli_epi32(_mm256_and_si256(e[k][1], low), 8));
+            // Eight 16-bit pairs of bytes, in order.
+            const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(pairs, pairs), 0x08);
+            c[k] = _mm256_castsi256_si128(packed);
+        }
+        if (kLayout == kLayoutPlanar) {
+            for (int k = 0; k < 3; ++k)
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(o.out[k] + x), c[k]);
+            return;
+        }
+        const __m128i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
+        unsigned char* out = o.out[0] + 3 * x;
+        for (int v = 0; v < 3; ++v) {
+            __m128i part = _mm_setzero_si128();
+            for (int k = 0; k < 3; ++k)
+                part = _mm_or_si128(part, _mm_shuffle_epi8(ch[k], _mm256_castsi256_si128(il.masks[v][k])));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * v), part);
+        }
+        return;
+    }
+    __m256i c[3];
+    for (int k = 0; k < 3; ++k)
+        c[k] = _mm256_or_si256(e[k][0], _mm256_slli_epi32(e[k][1], 16));
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            Store(o.out[k] + 2 * x, c[k]);
+        return;
+    }
+    const __m256i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
+    __m256i lanes[3];
+    for (int v = 0; v < 3; ++v)
+        lanes[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], wl.masks[v][0]),
+                                                   _mm256_shuffle_epi8(ch[1], wl.masks[v][1])),
+                                   _mm256_shuffle_epi8(ch[2], wl.masks[v][2]));
+    // Low lanes hold pixels 0 to 7, high lanes 8 to 15.
+    unsigned char* out = o.out[0] + 6 * x;
+    Store(out, _mm256_permute2x128_si256(lanes[0], lanes[1], 0x20));
+    Store(out + 32, _mm256_permute2x128_si256(lanes[2], lanes[0], 0x30));
+    Store(out + 64, _mm256_permute2x128_si256(lanes[1], lanes[2], 0x31));
+}
+
+template <int kLayout, int kWidth>
+void NearestWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidth];
+    if (r.step != 1 || r.count < 1 + kWordPairs) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
+        const __m256i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
+        const __m256i gbBefore = Load(gb + 2 * (c - 1));  // gb[c-1], gb[c]
+        const __m256i gbAt = Load(gb + 2 * c);            // gb[c], gb[c+1]
+        const __m256i green = _mm256_and_si256(gbAt, low);
+        const __m256i red = lut(0, _mm256_and_si256(rgAt, low));
+        const __m256i e[3][2] = {
+            {red, red},
+            {lut(1, _mm256_srli_epi32(_mm256_add_epi32(_mm256_and_si256(rgBefore, low), green), 1)),
+             lut(1, _mm256_srli_epi32(_mm256_add_epi32(green, _mm256_srli_epi32(rgAt, 16)), 1))},
+            {lut(2, _mm256_and_si256(gbBefore, low)), lut(2, _mm256_srli_epi32(gbAt, 16))},
+        };
+        PutPairs<kLayout, kWidth>(outs, c, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+template <int kLayout, int kWidth>
+void BilinearWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidth];
+    if (r.step != 1 || r.count < 1 + kWordPairs) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
+        const __m256i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
+        const __m256i cL = Load(c + 2 * (i - 1)), cH = Load(c + 2 * (i + 1));
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi32(aL, 16);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi32(aH, 16);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi32(bL, 16);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi32(bH, 16);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi32(cL, 16);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi32(cH, 16);
+        const __m256i acm = _mm256_add_epi32(am, cm);
+        const __m256i ac0 = _mm256_add_epi32(a0, c0);
+        const __m256i ac1 = _mm256_add_epi32(a1, c1);
+        const __m256i ac2 = _mm256_add_epi32(a2, c2);
+        __m256i index[3][2];
+        if (redRow) {
+            index[0][0] = b0;
+            index[1][0] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(bm, b1), ac0), 2);
+            index[2][0] = _mm256_srli_epi32(_mm256_add_epi32(acm, ac1), 2);
+            index[0][1] = _mm256_srli_epi32(_mm256_add_epi32(b0, b2), 1);
+            index[1][1] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(ac0, ac2), _mm256_slli_epi32(b1, 2)), 3);
+            index[2][1] = _mm256_srli_epi32(ac1, 1);
+        } else {
+            index[0][0] = _mm256_srli_epi32(ac0, 1);
+            index[1][0] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(acm, ac1), _mm256_slli_epi32(b0, 2)), 3);
+            index[2][0] = _mm256_srli_epi32(_mm256_add_epi32(bm, b1), 1);
+            index[0][1] = _mm256_srli_epi32(_mm256_add_epi32(ac0, ac2), 2);
+            index[1][1] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(b0, b2), ac1), 2);
+            index[2][1] = b1;
+        }
+        __m256i e[3][2];
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < 2; ++j)
+                e[k][j] = lut(k, index[k][j]);
+        PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+}  // namespace demosaic_avx2
+
+void DemosaicRowsAvx2(DemosaicRowSet* set)
+{
+    using namespace demosaic_avx2;
+    set->nearest[kLayoutRGB][kWidthByteToByte] = Nearest<kLayoutRGB>;
+    set->nearest[kLayoutBGR][kWidthByteToByte] = Nearest<kLayoutBGR>;
+    set->nearest[kLayoutPlanar][kWidthByteToByte] = Nearest<kLayoutPlanar>;
+    set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
+    set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
+    set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->raw[kWidthByteToByte] = Raw;
+    set->mono[kWidthByteToByte] = Mono;
+    set->balance[kCellRG] = Balance<0, 1, 2, 3>;
+    set->balance[kCellGR] = Balance<1, 0, 3, 2>;
+    set->balance[kCellGB] = Balance<2, 0, 3, 1>;
+    set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;
+    set->nearest[kLayoutBGR][kWidthWordToByte] = NearestWords<kLayoutBGR, kWidthWordToByte>;
+    set->nearest[kLayoutPlanar][kWidthWordToByte] = NearestWords<kLayoutPlanar, kWidthWordToByte>;
+    set->nearest[kLayoutRGB][kWidthWordToWord] = NearestWords<kLayoutRGB, kWidthWordToWord>;
+    set->nearest[kLayoutBGR][kWidthWordToWord] = NearestWords<kLayoutBGR, kWidthWordToWord>;
+    set->nearest[kLayoutPlanar][kWidthWordToWord] = NearestWords<kLayoutPlanar, kWidthWordToWord>;
+    set->bilinear[kLayoutRGB][kWidthWordToByte] = BilinearWords<kLayoutRGB, kWidthWordToByte>;
+    set->bilinear[kLayoutBGR][kWidthWordToByte] = BilinearWords<kLayoutBGR, kWidthWordToByte>;
+    set->bilinear[kLayoutPlanar][kWidthWordToByte] = BilinearWords<kLayoutPlanar, kWidthWordToByte>;
+    set->bilinear[kLayoutRGB][kWidthWordToWord] = BilinearWords<kLayoutRGB, kWidthWordToWord>;
+    set->bilinear[kLayoutBGR][kWidthWordToWord] = BilinearWords<kLayoutBGR, kWidthWordToWord>;
+    set->bilinear[kLayoutPlanar][kWidthWordToWord] = BilinearWords<kLayoutPlanar, kWidthWordToWord>;
+}

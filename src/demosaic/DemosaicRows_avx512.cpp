@@ -1,0 +1,665 @@
+// AVX-512 (F, BW, VL, VBMI) row functions for 8-bit Bayer sources. Each
+// computes the interior of a row 64 pixels at a time and leaves the first
+// pair and the rest to the portable function, with the values that carry
+// from pair to pair, so that it reads and writes exactly what the portable
+// loop does. Tables that are not the identity go through byte permutes.
+#include <immintrin.h>
+
+// Several AVX-512 intrinsics start from a deliberately undefined vector,
+// which GCC 12 reports as uninitialised wherever they are inlined.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
+
+#include <cstddef>
+#include <cstdint>
+
+#include "DemosaicRows.h"
+
+namespace demosaic_avx512 {
+
+const uint32_t kPairs = 32;  // pairs of columns in one vector: 64 pixels
+
+// The 256 low bytes of a table as four vectors, or nothing for the identity.
+struct ByteTables {
+    __m512i part[3][4];
+    bool lookup[3];
+
+    explicit ByteTables(const DemosaicByteTables& t)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lookup[k] = !t.identity[k];
+            for (int q = 0; q < 4; ++q)
+                part[k][q] = _mm512_loadu_si512(t.bytes[k] + 64 * q);
+        }
+    }
+
+    // Bits 0 to 6 pick one of 128 entries from a pair of vectors, bit 7 the
+    // pair.
+    __m512i operator()(int k, __m512i index) const
+    {
+        if (!lookup[k])
+            return index;
+        const __m512i low = _mm512_permutex2var_epi8(part[k][0], index, part[k][1]);
+        const __m512i high = _mm512_permutex2var_epi8(part[k][2], index, part[k][3]);
+        return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+    }
+};
+
+// Byte permutes that lay three vectors of 64 samples out as 64 packed
+// three-byte pixels: for each output vector, the first two samples of each
+// pixel come from one two-source permute, the third is merged under a mask.
+struct Interleave {
+    __m512i firstTwo[3];
+    __m512i third[3];
+    __mmask64 thirdMask[3];
+
+    Interleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            alignas(64) uint8_t two[64];
+            alignas(64) uint8_t one[64];
+            uint64_t mask = 0;
+            for (int j = 0; j < 64; ++j) {
+                const int n = 64 * v + j;
+                const int pixel = n / 3;
+                const int channel = n % 3;
+                two[j] = static_cast<uint8_t>(channel == 1 ? pixel | 64 : pixel);
+                one[j] = static_cast<uint8_t>(pixel);
+                if (channel == 2)
+                    mask |= uint64_t(1) << j;
+            }
+            firstTwo[v] = _mm512_load_si512(two);
+            third[v] = _mm512_load_si512(one);
+            thirdMask[v] = mask;
+        }
+    }
+};
+
+const Interleave& Pattern()
+{
+    static const Interleave pattern;
+    return pattern;
+}
+
+// 64 pixels at pixel `x` of the destination: packed red first, blue first,
+// or three planes.
+// Destination rows of one call, held by value.
+struct Outs {
+    unsigned char* out[3];
+};
+
+template <int kLayout>
+inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
+                const Interleave& il)
+{
+    if (kLayout == kLayoutPlanar) {
+        _mm512_storeu_si512(o.out[0] + x, red);
+        _mm512_storeu_si512(o.out[1] + x, green);
+        _mm512_storeu_si512(o.out[2] + x, blue);
+        return;
+    }
+    const __m512i first = kLayout == kLayoutRGB ? red : blue;
+    const __m512i last = kLayout == kLayoutRGB ? blue : red;
+    unsigned char* out = o.out[0] + 3 * x;
+    for (int v = 0; v < 3; ++v) {
+        const __m512i two = _mm512_permutex2var_epi8(first, il.firstTwo[v], green);
+        _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi8(two, il.thirdMask[v], il.third[v], last));
+    }
+}
+
+// The record for pairs from `pair` on.
+inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
+{
+    DemosaicRowArgs rest = r;
+    const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(pair);
+    for (int k = 0; k < 3; ++k)
+        if (rest.rows[k] != nullptr)
+            rest.rows[k] += x;
+    if (layout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            rest.out[k] += x;
+    } else {
+        rest.out[0] += 3 * x;
+    }
+    rest.count = r.count - pair;
+    return rest;
+}
+
+inline bool Vectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
+}
+
+inline __m512i Load(const unsigned char* p)
+{
+    return _mm512_loadu_si512(p);
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    // The first pair carries in from outside the row.
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const ByteTables tables(*r.bytes);
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    // Each 16-bit lane is one pair: loads one sample early put the left
+    // neighbour in the low byte.
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i rgBefore = Load(rg + c - 1);  // rg[c-1], rg[c]
+        const __m512i rgAt = Load(rg + c);          // rg[c], rg[c+1]
+        const __m512i gbBefore = Load(gb + c - 1);  // gb[c-1], gb[c]
+        const __m512i gbAt = Load(gb + c);          // gb[c], gb[c+1]
+        const __m512i red0 = _mm512_and_si512(rgAt, low);
+        const __m512i green = _mm512_and_si512(gbAt, low);
+        const __m512i sum0 = _mm512_add_epi16(_mm512_and_si512(rgBefore, low), green);
+        const __m512i sum1 = _mm512_add_epi16(green, _mm512_srli_epi16(rgAt, 8));
+        const __m512i red = _mm512_or_si512(red0, _mm512_slli_epi16(red0, 8));
+        const __m512i greens = _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
+        // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
+        const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
+        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+template <int kLayout>
+void Bilinear(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
+        const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m512i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m512i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m512i am = _mm512_and_si512(aL, low), a0 = _mm512_srli_epi16(aL, 8);
+        const __m512i a1 = _mm512_and_si512(aH, low), a2 = _mm512_srli_epi16(aH, 8);
+        const __m512i bm = _mm512_and_si512(bL, low), b0 = _mm512_srli_epi16(bL, 8);
+        const __m512i b1 = _mm512_and_si512(bH, low), b2 = _mm512_srli_epi16(bH, 8);
+        const __m512i cm = _mm512_and_si512(cL, low), c0 = _mm512_srli_epi16(cL, 8);
+        const __m512i c1 = _mm512_and_si512(cH, low), c2 = _mm512_srli_epi16(cH, 8);
+        const __m512i acm = _mm512_add_epi16(am, cm);
+        const __m512i ac0 = _mm512_add_epi16(a0, c0);
+        const __m512i ac1 = _mm512_add_epi16(a1, c1);
+        const __m512i ac2 = _mm512_add_epi16(a2, c2);
+        __m512i r0, g0, b0out, r1, g1, b1out;
+        if (redRow) {
+            r0 = b0;
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(b0, b2), 1);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b1, 2)), 3);
+            b1out = _mm512_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm512_srli_epi16(ac0, 1);
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b0, 2)), 3);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(bm, b1), 1);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        const __m512i red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
+        const __m512i green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
+        const __m512i blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
+        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+// The mosaic through the red table, 64 sites at a time.
+void Raw(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidthByteToByte];
+    if (r.step != 1 || r.bytes == nullptr || !r.bytes->valid || r.count < 64) {
+        portable(r);
+        return;
+    }
+    const ByteTables tables(*r.bytes);
+    const auto vector = [&](uint32_t x) { _mm512_storeu_si512(r.out[0] + x, tables(0, Load(r.rows[0] + x))); };
+    uint32_t x = 0;
+    for (; x + 64 <= r.count; x += 64)
+        vector(x);
+    if (x < r.count)
+        vector(r.count - 64);
+}
+
+inline __m512i Widen(const unsigned char* p)
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
+}
+
+// One row of the 5x5 brightness, 32 outputs at a time in 16-bit lanes: the
+// sum lies between -4080 and 12240. A negative sum clamps to 0 whichever
+// way the division rounds, so the quotient is a plain shift of the rest.
+void Mono(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().mono[kWidthByteToByte];
+    if (r.step != 1 || r.count < 32) {
+        portable(r);
+        return;
+    }
+    // Copies, so that stores need not reload them.
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    unsigned char* const out = r.out[0];
+    const uint32_t count = r.count;
+    const auto vector = [&](uint32_t x) {
+        __m512i s04[5], s13[5], s2[5];
+        for (int j = 0; j < 5; ++j) {
+            s04[j] = _mm512_add_epi16(Widen(rows[0] + x + j), Widen(rows[4] + x + j));
+            s13[j] = _mm512_add_epi16(Widen(rows[1] + x + j), Widen(rows[3] + x + j));
+            s2[j] = Widen(rows[2] + x + j);
+        }
+        // Outer rows: 0 -1 -2 -1 0; next rows: -1 2 6 2 -1; centre: -2 6 16 6 -2.
+        const __m512i s13mid = _mm512_add_epi16(s13[1], s13[3]);
+        const __m512i s2mid = _mm512_add_epi16(s2[1], s2[3]);
+        const __m512i positive = _mm512_add_epi16(
+            _mm512_add_epi16(_mm512_slli_epi16(s13mid, 1), _mm512_mullo_epi16(s13[2], _mm512_set1_epi16(6))),
+            _mm512_add_epi16(_mm512_mullo_epi16(s2mid, _mm512_set1_epi16(6)), _mm512_slli_epi16(s2[2], 4)));
+        const __m512i negative = _mm512_add_epi16(
+            _mm512_add_epi16(_mm512_add_epi16(s04[1], s04[3]), _mm512_slli_epi16(s04[2], 1)),
+            _mm512_add_epi16(_mm512_add_epi16(s13[0], s13[4]), _mm512_slli_epi16(_mm512_add_epi16(s2[0], s2[4]), 1)));
+        const __m512i sum = _mm512_max_epi16(_mm512_sub_epi16(positive, negative), _mm512_setzero_si512());
+        const __m512i v = _mm512_min_epi16(_mm512_srli_epi16(sum, 5), _mm512_set1_epi16(255));
+        _mm512_mask_cvtepi16_storeu_epi8(out + x, ~__mmask32(0), v);
+    };
+    uint32_t x = 0;
+    for (; x + 32 <= count; x += 32)
+        vector(x);
+    // The last vector ends at the row's end: some outputs get the same
+    // bytes again.
+    if (x < r.count)
+        vector(r.count - 32);
+}
+
+
+// ---- 16-bit sources: 10- and 12-bit mosaics -------------------------------
+// A word indexes the table as it stands, also above the depth's largest
+// value. Entries come from 32-bit gathers, each of which also reads the
+// entry after the wanted one; a vector that holds the last index of a table
+// is looked up entry by entry instead, so that nothing past a table is read.
+
+const uint32_t kWordPairs = 16;  // pairs in one vector of 32-bit lanes: 32 pixels
+
+// Logical right shift of 32-bit lanes.
+template <unsigned kCount>
+inline __m512i Shr32(__m512i v)
+{
+    return _mm512_maskz_srli_epi32(0xFFFF, v, kCount);
+}
+
+inline __m512i Gather(const uint16_t* table, __m512i index)
+{
+    const __m512i last = _mm512_set1_epi32(0xFFFF);
+    if (_mm512_cmpeq_epi32_mask(index, last) == 0)
+        return _mm512_and_si512(_mm512_mask_i32gather_epi32(_mm512_setzero_si512(), 0xFFFF, index, table, 2), last);
+    alignas(64) uint32_t v[16];
+    _mm512_store_si512(v, index);
+    for (int j = 0; j < 16; ++j)
+        v[j] = table[v[j]];
+    return _mm512_load_si512(v);
+}
+
+// Table entries of 16 indices: computed where the table is a verified
+// rescale and every index is within it, else gathered.
+struct DeepTables {
+    const uint16_t* lut[3];
+    bool rescale[3];
+    __m512i mul[3], add[3], limit[3];
+    __m128i shift[3];
+
+    explicit DeepTables(const DemosaicRowArgs& r)
+    {
+        for (int k = 0; k < 3; ++k) {
+            lut[k] = r.lut[k];
+            rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
+            mul[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->mul[k]) : 0);
+            add[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->add[k]) : 0);
+            limit[k] = _mm512_set1_epi32(rescale[k] ? static_cast<int>(r.bytes->limit[k]) : 0);
+            shift[k] = _mm_cvtsi32_si128(rescale[k] ? static_cast<int>(r.bytes->shift[k]) : 0);
+        }
+    }
+
+    __m512i operator()(int k, __m512i index) const
+    {
+        if (rescale[k] && _mm512_cmpgt_epu32_mask(index, limit[k]) == 0)
+            return _mm512_srl_epi32(_mm512_add_epi32(_mm512_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+        return Gather(lut[k], index);
+    }
+};
+
+// Word permutes for 32 packed pixels of three 16-bit samples.
+struct WordInterleave {
+    __m512i firstTwo[3];
+    __m512i third[3];
+    __mmask32 thirdMask[3];
+
+    WordInterleave()
+    {
+        for (int v = 0; v < 3; ++v) {
+            alignas(64) uint16_t two[32];
+            alignas(64) uint16_t one[32];
+            uint32_t mask = 0;
+            for (int j = 0; j < 32; ++j) {
+                const int n = 32 * v + j;
+                const int pixel = n / 3;
+                const int channel = n % 3;
+                two[j] = static_cast<uint16_t>(channel == 1 ? pixel | 32 : pixel);
+                one[j] = static_cast<uint16_t>(pixel);
+                if (channel == 2)
+                    mask |= uint32_t(1) << j;
+            }
+            firstTwo[v] = _mm512_load_si512(two);
+            third[v] = _mm512_load_si512(one);
+            thirdMask[v] = mask;
+        }
+    }
+};
+
+const WordInterleave& WordPattern()
+{
+    static const WordInterleave pattern;
+    return pattern;
+}
+
+// 32 pixels from pairs of table entries (e0 for the even, e1 for the odd
+// pixel of each pair), stored as 8-bit samples (low bytes) or 16-bit ones.
+template <int kLayout, int kWidth>
+inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2], const Interleave& il,
+                     const WordInterleave& wl)
+{
+    if (kWidth == kWidthWordToByte) {
+        const __m512i low = _mm512_set1_epi32(0xFF);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm512_cvtepi32_epi16(
+                _mm512_or_si512(_mm512_and_si512(e[k][0], low), _mm512_slli_epi32(_mm512_and_si512(e[k][1], low), 8)));
+        if (kLayout == kLayoutPlanar) {
+            for (int k = 0; k < 3; ++k)
+                _mm256_storeu_si256(reinterpret_cast<__m256i*>(o.out[k] + x), c[k]);
+            return;
+        }
+        const __m512i first = _mm512_castsi256_si512(kLayout == kLayoutRGB ? c[0] : c[2]);
+        const __m512i green = _mm512_castsi256_si512(c[1]);
+        const __m512i third = _mm512_castsi256_si512(kLayout == kLayoutRGB ? c[2] : c[0]);
+        unsigned char* out = o.out[0] + 3 * x;
+        const __m512i v0 = _mm512_permutex2var_epi8(first, il.firstTwo[0], green);
+        _mm512_storeu_si512(out, _mm512_mask_permutexvar_epi8(v0, il.thirdMask[0], il.third[0], third));
+        const __m512i v1 = _mm512_permutex2var_epi8(first, il.firstTwo[1], green);
+        _mm512_mask_storeu_epi8(out + 64, 0xFFFFFFFFull,
+                                _mm512_mask_permutexvar_epi8(v1, il.thirdMask[1], il.third[1], third));
+        return;
+    }
+    __m512i c[3];
+    for (int k = 0; k < 3; ++k)
+        c[k] = _mm512_or_si512(e[k][0], _mm512_slli_epi32(e[k][1], 16));
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            _mm512_storeu_si512(o.out[k] + 2 * x, c[k]);
+        return;
+    }
+    const __m512i first = kLayout == kLayoutRGB ? c[0] : c[2];
+    const __m512i last = kLayout == kLayoutRGB ? c[2] : c[0];
+    unsigned char* out = o.out[0] + 6 * x;
+    for (int v = 0; v < 3; ++v) {
+        const __m512i two = _mm512_permutex2var_epi16(first, wl.firstTwo[v], c[1]);
+        _mm512_storeu_si512(out + 64 * v, _mm512_mask_permutexvar_epi16(two, wl.thirdMask[v], wl.third[v], last));
+    }
+}
+
+inline bool WordsVectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.count >= 1 + kWordPairs;
+}
+
+template <int kLayout, int kWidth>
+void NearestWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidth];
+    if (!WordsVectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi32(0xFFFF);
+    // Each 32-bit lane is one pair; a load one sample early puts the left
+    // neighbour in the low half.
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
+        const __m512i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
+        const __m512i gbBefore = Load(gb + 2 * (c - 1));  // gb[c-1], gb[c]
+        const __m512i gbAt = Load(gb + 2 * c);            // gb[c], gb[c+1]
+        const __m512i green = _mm512_and_si512(gbAt, low);
+        const __m512i red = lut(0, _mm512_and_si512(rgAt, low));
+        const __m512i e[3][2] = {
+            {red, red},
+            {lut(1, Shr32<1>(_mm512_add_epi32(_mm512_and_si512(rgBefore, low), green))),
+             lut(1, Shr32<1>(_mm512_add_epi32(green, Shr32<16>(rgAt))))},
+            {lut(2, _mm512_and_si512(gbBefore, low)), lut(2, Shr32<16>(gbAt))},
+        };
+        PutPairs<kLayout, kWidth>(outs, c, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+template <int kLayout, int kWidth>
+void BilinearWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidth];
+    if (!WordsVectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const DeepTables lut(r);
+    const Interleave il = Pattern();
+    const WordInterleave wl = WordPattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi32(0xFFFF);
+    const bool redRow = (r.phase & 1) != 0;
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m512i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
+        const __m512i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
+        const __m512i cL = Load(c + 2 * (i - 1)), cH = Load(c + 2 * (i + 1));
+        const __m512i am = _mm512_and_si512(aL, low), a0 = Shr32<16>(aL);
+        const __m512i a1 = _mm512_and_si512(aH, low), a2 = Shr32<16>(aH);
+        const __m512i bm = _mm512_and_si512(bL, low), b0 = Shr32<16>(bL);
+        const __m512i b1 = _mm512_and_si512(bH, low), b2 = Shr32<16>(bH);
+        const __m512i cm = _mm512_and_si512(cL, low), c0 = Shr32<16>(cL);
+        const __m512i c1 = _mm512_and_si512(cH, low), c2 = Shr32<16>(cH);
+        const __m512i acm = _mm512_add_epi32(am, cm);
+        const __m512i ac0 = _mm512_add_epi32(a0, c0);
+        const __m512i ac1 = _mm512_add_epi32(a1, c1);
+        const __m512i ac2 = _mm512_add_epi32(a2, c2);
+        __m512i index[3][2];
+        if (redRow) {
+            index[0][0] = b0;
+            index[1][0] = Shr32<2>(_mm512_add_epi32(_mm512_add_epi32(bm, b1), ac0));
+            index[2][0] = Shr32<2>(_mm512_add_epi32(acm, ac1));
+            index[0][1] = Shr32<1>(_mm512_add_epi32(b0, b2));
+            index[1][1] = Shr32<3>(_mm512_add_epi32(_mm512_add_epi32(ac0, ac2), _mm512_slli_epi32(b1, 2)));
+            index[2][1] = Shr32<1>(ac1);
+        } else {
+            index[0][0] = Shr32<1>(ac0);
+            index[1][0] = Shr32<3>(_mm512_add_epi32(_mm512_add_epi32(acm, ac1), _mm512_slli_epi32(b0, 2)));
+            index[2][0] = Shr32<1>(_mm512_add_epi32(bm, b1));
+            index[0][1] = Shr32<2>(_mm512_add_epi32(ac0, ac2));
+            index[1][1] = Shr32<2>(_mm512_add_epi32(_mm512_add_epi32(b0, b2), ac1));
+            index[2][1] = b1;
+        }
+        __m512i e[3][2];
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < 2; ++j)
+                e[k][j] = lut(k, index[k][j]);
+        PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
+    };
+    uint32_t p = 1;
+    for (; p + kWordPairs <= count; p += kWordPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kWordPairs);
+}
+
+
+// ---- colour balance: 32 cells of a pair of rows at a time -----------------
+// Per 16-bit lane one cell. Usable values are at most 249, so 16-bit lanes
+// hold the sums of 256 vectors; they are then widened into 32-bit lanes,
+// which a row of any width can not overflow within 2^20 cells.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+struct BalanceBlock {
+    __m512i red16, green16, blue16;
+    uint64_t count;
+
+    // `lanes` limits the last vector to the cells that exist; its loads are
+    // masked so that nothing past the last cell is read.
+    void Add(const unsigned char* top, const unsigned char* bottom, __mmask32 lanes, __mmask64 bytes)
+    {
+        const __m512i low = _mm512_set1_epi16(0x00FF);
+        const __m512i from = _mm512_set1_epi16(21);
+        const __m512i span = _mm512_set1_epi16(249 - 21);
+        const __m512i t = _mm512_maskz_loadu_epi8(bytes, top);
+        const __m512i b = _mm512_maskz_loadu_epi8(bytes, bottom);
+        const __m512i site[4] = {_mm512_and_si512(t, low), _mm512_srli_epi16(t, 8), _mm512_and_si512(b, low),
+                                 _mm512_srli_epi16(b, 8)};
+        const __m512i r = site[kRed];
+        const __m512i g = _mm512_srli_epi16(_mm512_add_epi16(site[kGreen1], site[kGreen2]), 1);
+        const __m512i bl = site[kBlue];
+        const __mmask32 usable = lanes & _mm512_cmple_epu16_mask(_mm512_sub_epi16(r, from), span) &
+                                 _mm512_cmple_epu16_mask(_mm512_sub_epi16(g, from), span) &
+                                 _mm512_cmple_epu16_mask(_mm512_sub_epi16(bl, from), span);
+        red16 = _mm512_mask_add_epi16(red16, usable, red16, r);
+        green16 = _mm512_mask_add_epi16(green16, usable, green16, g);
+        blue16 = _mm512_mask_add_epi16(blue16, usable, blue16, bl);
+        count += static_cast<uint64_t>(__builtin_popcount(usable));
+    }
+};
+
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    const __m512i ones = _mm512_set1_epi16(1);
+    const uint32_t kChunk = 1u << 20;
+    for (uint32_t start = 0; start < cells; start += kChunk) {
+        const uint32_t end = cells - start > kChunk ? start + kChunk : cells;
+        __m512i red = _mm512_setzero_si512(), green = red, blue = red;
+        BalanceBlock<kRed, kGreen1, kGreen2, kBlue> block;
+        block.count = 0;
+        uint32_t c = start;
+        while (c < end) {
+            block.red16 = block.green16 = block.blue16 = _mm512_setzero_si512();
+            const uint32_t stop = end - c > 256 * 32 ? c + 256 * 32 : end;
+            for (; c + 32 <= stop; c += 32)
+                block.Add(top + 2 * c, bottom + 2 * c, ~__mmask32(0), ~__mmask64(0));
+            if (c < stop) {
+                const uint32_t left = stop - c;
+                block.Add(top + 2 * c, bottom + 2 * c, static_cast<__mmask32>((uint64_t(1) << left) - 1),
+                          (__mmask64(1) << (2 * left)) - 1);
+                c = stop;
+            }
+            red = _mm512_add_epi32(red, _mm512_madd_epi16(block.red16, ones));
+            green = _mm512_add_epi32(green, _mm512_madd_epi16(block.green16, ones));
+            blue = _mm512_add_epi32(blue, _mm512_madd_epi16(block.blue16, ones));
+        }
+        sums->red += static_cast<uint32_t>(_mm512_reduce_add_epi32(red));
+        sums->green += static_cast<uint32_t>(_mm512_reduce_add_epi32(green));
+        sums->blue += static_cast<uint32_t>(_mm512_reduce_add_epi32(blue));
+        sums->count += block.count;
+    }
+}
+
+}  // namespace demosaic_avx512
+
+void DemosaicRowsAvx512(DemosaicRowSet* set)
+{
+    using namespace demosaic_avx512;
+    set->nearest[kLayoutRGB][kWidthByteToByte] = Nearest<kLayoutRGB>;
+    set->nearest[kLayoutBGR][kWidthByteToByte] = Nearest<kLayoutBGR>;
+    set->nearest[kLayoutPlanar][kWidthByteToByte] = Nearest<kLayoutPlanar>;
+    set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
+    set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
+    set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->raw[kWidthByteToByte] = Raw;
+    set->mono[kWidthByteToByte] = Mono;
+    set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;
+    set->nearest[kLayoutBGR][kWidthWordToByte] = NearestWords<kLayoutBGR, kWidthWordToByte>;
+    set->nearest[kLayoutPlanar][kWidthWordToByte] = NearestWords<kLayoutPlanar, kWidthWordToByte>;
+    set->nearest[kLayoutRGB][kWidthWordToWord] = NearestWords<kLayoutRGB, kWidthWordToWord>;
+    set->nearest[kLayoutBGR][kWidthWordToWord] = NearestWords<kLayoutBGR, kWidthWordToWord>;
+    set->nearest[kLayoutPlanar][kWidthWordToWord] = NearestWords<kLayoutPlanar, kWidthWordToWord>;
+    set->bilinear[kLayoutRGB][kWidthWordToByte] = BilinearWords<kLayoutRGB, kWidthWordToByte>;
+    set->bilinear[kLayoutBGR][kWidthWordToByte] = BilinearWords<kLayoutBGR, kWidthWordToByte>;
+    set->bilinear[kLayoutPlanar][kWidthWordToByte] = BilinearWords<kLayoutPlanar, kWidthWordToByte>;
+    set->bilinear[kLayoutRGB][kWidthWordToWord] = BilinearWords<kLayoutRGB, kWidthWordToWord>;
+    set->bilinear[kLayoutBGR][kWidthWordToWord] = BilinearWords<kLayoutBGR, kWidthWordToWord>;
+    set->bilinear[kLayoutPlanar][kWidthWordToWord] = BilinearWords<kLayoutPlanar, kWidthWordToWord>;
+    set->balance[kCellRG] = Balance<0, 1, 2, 3>;
+    set->balance[kCellGR] = Balance<1, 0, 3, 2>;
+    set->balance[kCellGB] = Balance<2, 0, 3, 1>;
+}

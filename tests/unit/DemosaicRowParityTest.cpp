@@ -1,0 +1,214 @@
+// Every demosaic row function of every instruction level this CPU runs gives
+// the portable function's bytes, and writes nothing the portable one leaves
+// alone: random rows of every width up to three vectors and more, both row
+// parities, full 16-bit words in deep rows, random and identity tables.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "DemosaicRows.h"
+
+namespace {
+
+typedef std::vector<unsigned char> Bytes;
+
+const int kGuard = 80;
+const uint32_t kMaxCount = 3 * 64 + 3;  // three AVX-512 vectors of pixels, plus three
+
+enum Method { kNearest, kBilinear, kHq, kRaw, kMono };
+
+struct Slot {
+    Method method;
+    int layout;  // kLayoutRGB, kLayoutBGR, kLayoutPlanar; raw and mono: planar-like single output
+    int width;
+};
+
+DemosaicRowFn Pick(const DemosaicRowSet& set, const Slot& s)
+{
+    switch (s.method) {
+    case kNearest:
+        return set.nearest[s.layout][s.width];
+    case kBilinear:
+        return set.bilinear[s.layout][s.width];
+    case kHq:
+        return set.hq[s.layout][s.width];
+    case kRaw:
+        return set.raw[s.width];
+    default:
+        return set.mono[s.width];
+    }
+}
+
+// Pixels a call writes and source samples it reads past its start.
+uint32_t Pixels(const Slot& s, uint32_t count)
+{
+    return s.method == kNearest || s.method == kBilinear ? 2 * count : count;
+}
+
+uint32_t Reach(const Slot& s, uint32_t count)
+{
+    switch (s.method) {
+    case kNearest:
+        return 2 * count;
+    case kBilinear:
+        return 2 * count + 1;
+    case kRaw:
+        return count;
+    default:
+        return count + 4;
+    }
+}
+
+// Runs one function on copies of the same guarded outputs.
+struct Outputs {
+    Bytes out[3];
+
+    Outputs(const DemosaicRowFn fn, DemosaicRowArgs args, const Slot& s, uint32_t pixels, std::mt19937& seedless)
+    {
+        const int sample = s.width == kWidthWordToWord ? 2 : 1;
+        const bool planar = s.layout == kLayoutPlanar || s.method == kRaw || s.method == kMono;
+        const size_t bytes = static_cast<size_t>(pixels) * sample * (planar ? 1 : 3) + 2 * kGuard;
+        std::mt19937 fill(seedless);  // the same guard pattern for every run
+        for (int k = 0; k < (planar && s.method != kRaw && s.method != kMono ? 3 : 1); ++k) {
+            out[k].resize(bytes);
+            for (unsigned char& b : out[k])
+                b = static_cast<unsigned char>(fill());
+            args.out[k] = out[k].data() + kGuard;
+        }
+        fn(args);
+    }
+};
+
+std::string Name(const Slot& s)
+{
+    static const char* const methods[] = {"nearest", "bilinear", "5x5", "raw", "mono"};
+    static const char* const layouts[] = {"rgb", "bgr", "planar"};
+    static const char* const widths[] = {"8->8", "16->8", "16->16"};
+    return std::string(methods[s.method]) + " " + layouts[s.layout] + " " + widths[s.width];
+}
+
+TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
+{
+    std::vector<Slot> slots;
+    for (Method m : {kNearest, kBilinear, kHq})
+        for (int layout = 0; layout < 3; ++layout)
+            for (int width = 0; width < 3; ++width)
+                slots.push_back({m, layout, width});
+    for (Method m : {kRaw, kMono})
+        for (int width = 0; width < 3; ++width)
+            slots.push_back({m, kLayoutPlanar, width});
+
+    // Tables as deep as a 16-bit word can index: samples are never masked.
+    std::mt19937 rng(1234);
+    // The rescale from 12 to 8 bits as the tables are built, with leftovers
+    // above 4095.
+    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536);
+    for (size_t i = 0; i < random.size(); ++i) {
+        random[i] = static_cast<uint16_t>(rng());
+        identity[i] = static_cast<uint16_t>(i % 65536);
+        rescale[i] = i % 65536 <= 4095 ? static_cast<uint16_t>(static_cast<double>(i % 65536) / 4095 * 255 + 0.5)
+                                      : random[i];
+    }
+
+    const DemosaicRowSet& portable = DemosaicRows::Portable();
+    const KvCpuLevel best = KvCpuSupported();
+    for (int level = static_cast<int>(KvCpuLevel::Avx2); level <= static_cast<int>(best); ++level) {
+        const DemosaicRowSet& fast = DemosaicRows::For(static_cast<KvCpuLevel>(level));
+        for (const Slot& s : slots) {
+            const DemosaicRowFn fn = Pick(fast, s);
+            const DemosaicRowFn ref = Pick(portable, s);
+            if (fn == ref)
+                continue;
+            const bool words = s.width != kWidthByteToByte;
+            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale}) {
+                DemosaicByteTables bytes;
+                const uint16_t* t = tables->data();
+                DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
+                // Identity up to 1023, then beyond the verified range.
+                if (tables == &rescale)
+                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 255, &bytes);
+                else
+                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
+                if (tables != &random) {
+                    EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
+                }
+                for (uint32_t run = 0; run < 2 * kMaxCount; ++run) {
+                    const uint32_t count = run / 2 + 1;
+                    const int phase = static_cast<int>(run & 1);
+                    // Rows exactly as long as the portable loop reads, so that a
+                    // sanitizer sees any read beyond them.
+                    const size_t samples = Reach(s, count);
+                    std::vector<Bytes> rows(5, Bytes(samples * (words ? 2 : 1)));
+                    DemosaicRowArgs args = {};
+                    for (int k = 0; k < 5; ++k) {
+                        for (unsigned char& b : rows[k])
+                            b = static_cast<unsigned char>(rng());
+                        // The largest word, a table's last index, now and then.
+                        for (size_t i = 0; words && i + 1 < rows[k].size(); i += 2)
+                            if (rng() % 61 == 0)
+                                rows[k][i] = rows[k][i + 1] = 0xFF;
+                        args.rows[k] = rows[k].data();
+                    }
+                    args.step = 1;
+                    args.count = count;
+                    args.carry[0] = rng() & 0xFFFF;
+                    args.carry[1] = rng() & (words ? 0xFFFF : 0xFF);
+                    args.carry[2] = rng() & (words ? 0xFFFF : 0xFF);
+                    if (s.method == kBilinear)
+                        args.carry[0] &= words ? 0xFFFF : 0xFF;
+                    args.phase = phase;
+                    const int32_t shifts[] = {0, 4, 6};  // 8, 12 and 10 bits
+                    args.shift = shifts[count % 3];
+                    for (int t = 0; t < 3; ++t)
+                        args.lut[t] = tables->data() + 65536 * t;
+                    args.bytes = &bytes;
+
+                    std::mt19937 guard(run);
+                    const Outputs want(ref, args, s, Pixels(s, count), guard);
+                    const Outputs got(fn, args, s, Pixels(s, count), guard);
+                    for (int k = 0; k < 3; ++k)
+                        ASSERT_EQ(want.out[k], got.out[k])
+                            << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " " << Name(s) << " count "
+                            << count << " output " << k
+                            << (tables == &random ? " random" : tables == &identity ? " identity" : " rescale");
+                }
+            }
+        }
+    }
+}
+
+}  // namespace
+
+namespace {
+
+// The colour balance sums of every level equal the portable ones, for every
+// cell count up to three vectors and more, with values around both ends of
+// the usable range.
+TEST(DemosaicRowParity, BalanceSumsMatch)
+{
+    std::mt19937 rng(77);
+    const DemosaicRowSet& portable = DemosaicRows::Portable();
+    for (int level = static_cast<int>(KvCpuLevel::Avx2); level <= static_cast<int>(KvCpuSupported()); ++level) {
+        const DemosaicRowSet& fast = DemosaicRows::For(static_cast<KvCpuLevel>(level));
+        for (int layout = 0; layout < 3; ++layout) {
+            for (uint32_t cells = 0; cells <= 3 * 32 + 3; ++cells) {
+                // Exactly the bytes the cells cover.
+                Bytes top(2 * cells), bottom(2 * cells);
+                for (Bytes* row : {&top, &bottom})
+                    for (unsigned char& b : *row)
+                        b = static_cast<unsigned char>(rng() % 3 == 0 ? rng() : 10 + rng() % 250);
+                DemosaicBalanceSums want = {1, 2, 3, 4}, got = want;
+                portable.balance[layout](top.data(), bottom.data(), cells, &want);
+                fast.balance[layout](top.data(), bottom.data(), cells, &got);
+                ASSERT_TRUE(want.red == got.red && want.green == got.green && want.blue == got.blue &&
+                            want.count == got.count)
+                    << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " layout " << layout << " cells " << cells;
+            }
+        }
+    }
+}
+
+}  // namespace
