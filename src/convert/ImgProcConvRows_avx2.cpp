@@ -14,6 +14,21 @@ namespace {
 // below 2551, where (k * 6554) >> 16 is k / 10.
 const short kTenth = 6554;
 
+// Steps of `step` pixels that each need `room` pixels of the row run back to
+// back; the last one moves back to end where the row's room ends, redoing a
+// few pixels with the same bytes, so the portable loop is left at most
+// room - step pixels instead of nearly a whole step. Returns false when done.
+inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
+{
+    const int32_t last = n - room;
+    if (x <= last)
+        return true;
+    if (last < 0 || x >= last + step)
+        return false;
+    x = last;
+    return true;
+}
+
 inline __m256i Loadu(const unsigned char* p)
 {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -55,7 +70,7 @@ int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
     int32_t x = 0;
     // Sixteen pixels from four 16-byte loads of which 12 bytes count; the
     // last load reaches 4 bytes further.
-    for (; x + 18 <= width; x += 16) {
+    for (; NextStep(x, width, 18, 16); x += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         __m256i a = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Loadu2(s, s + 24), pick), weight);
         __m256i b = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Loadu2(s + 12, s + 36), pick), weight);
@@ -75,7 +90,7 @@ int32_t Grey4(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i tenth = _mm256_set1_epi16(kTenth);
     const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
     int32_t x = 0;
-    for (; x + 16 <= width; x += 16) {
+    for (; NextStep(x, width, 16, 16); x += 16) {
         const unsigned char* s = src + 4 * static_cast<std::ptrdiff_t>(x);
         const __m256i a = _mm256_madd_epi16(_mm256_maddubs_epi16(Loadu(s), weight), ones);
         const __m256i b = _mm256_madd_epi16(_mm256_maddubs_epi16(Loadu(s + 32), weight), ones);
@@ -113,7 +128,7 @@ int32_t Reverse3(const unsigned char* src, unsigned char* dst, int32_t width)
     static const signed char kSwap[16] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
     const __m256i swap = Lanes(kSwap);
     int32_t x = 0;
-    for (; x + 11 <= width; x += 10) {
+    for (; NextStep(x, width, 11, 10); x += 10) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         unsigned char* d = dst + 3 * static_cast<std::ptrdiff_t>(x);
         const __m256i v = _mm256_shuffle_epi8(Loadu2(s, s + 15), swap);
@@ -134,7 +149,7 @@ int32_t ThreeToFour(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i shuffle = Lanes(pick);
     const __m256i opaque = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
     int32_t x = 0;
-    for (; x + 10 <= width; x += 8) {
+    for (; NextStep(x, width, 10, 8); x += 8) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         const __m256i v = _mm256_or_si256(_mm256_shuffle_epi8(Loadu2(s, s + 12), shuffle), opaque);
         Storeu(dst + 4 * static_cast<std::ptrdiff_t>(x), v);
@@ -152,7 +167,7 @@ int32_t FourToThree(const unsigned char* src, unsigned char* dst, int32_t width)
     }
     const __m256i shuffle = Lanes(pick);
     int32_t x = 0;
-    for (; x + 10 <= width; x += 8) {
+    for (; NextStep(x, width, 10, 8); x += 8) {
         const __m256i v = _mm256_shuffle_epi8(Loadu(src + 4 * static_cast<std::ptrdiff_t>(x)), shuffle);
         unsigned char* d = dst + 3 * static_cast<std::ptrdiff_t>(x);
         Store128(d, _mm256_castsi256_si128(v));
@@ -166,7 +181,7 @@ int32_t Reverse4(const unsigned char* src, unsigned char* dst, int32_t width)
     static const signed char kSwap[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
     const __m256i swap = Lanes(kSwap);
     int32_t x = 0;
-    for (; x + 8 <= width; x += 8)
+    for (; NextStep(x, width, 8, 8); x += 8)
         Storeu(dst + 4 * static_cast<std::ptrdiff_t>(x),
                _mm256_shuffle_epi8(Loadu(src + 4 * static_cast<std::ptrdiff_t>(x)), swap));
     return x;
@@ -187,7 +202,7 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     const __m256i limit = _mm256_set1_epi16(static_cast<short>(r.max));
     const __m128i shift = _mm_cvtsi32_si128(r.shift);
     int32_t x = 0;
-    for (; x + 32 <= count; x += 32) {
+    for (; NextStep(x, count, 32, 32); x += 32) {
         const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
         const __m256i a = Loadu(s);
         const __m256i b = Loadu(s + 32);
@@ -237,7 +252,7 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
     const __m128i shift = _mm_cvtsi32_si128(r.shift);
     int32_t g = 0;
     // Sixteen groups from four 16-byte loads of 12 useful bytes each.
-    for (; g + 18 <= groups; g += 16) {
+    for (; NextStep(g, groups, 18, 16); g += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m256i a = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick));
         const __m256i b = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick));
@@ -337,12 +352,12 @@ int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
     const sColourStore<Red, Blue, Bytes> out;
     const int32_t even = width & ~1;
     int32_t x = 0;
-    for (; x + 16 <= even; x += 16) {
+    for (; NextStep(x, even, 16, 16); x += 16) {
         __m256i red, green, blue;
         Yuv422Colours(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
         out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
     }
-    return x;
+    return x & ~3;  // the portable loop redoes a last half block whole
 }
 
 // Words of one sample of eight pixels a lane; each lane's 24 bytes come
@@ -372,7 +387,7 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
     const sColourStore<Red, Blue, Bytes> out;
     const __m256i neutral = _mm256_set1_epi16(127);
     int32_t x = 0;
-    for (; x + 16 <= width; x += 16) {
+    for (; NextStep(x, width, 16, 16); x += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         const __m256i a = Loadu2(s, s + 24);
         const __m256i b = Loadu2(s + 8, s + 32);
@@ -398,7 +413,7 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i neutral = _mm256_set1_epi16(127);
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    for (; x + 20 <= whole; x += 16) {
+    for (; NextStep(x, whole, 20, 16); x += 16) {
         const __m256i in = Loadu2(src + (x / 4) * 6, src + (x / 4) * 6 + 12);
         __m256i red, green, blue;
         Colours(_mm256_shuffle_epi8(in, pickLuma), _mm256_sub_epi16(_mm256_shuffle_epi8(in, pickU), neutral),

@@ -17,6 +17,21 @@ namespace {
 
 const short kTenth = 6554;  // (k * 6554) >> 16 = k / 10 below 2551
 
+// Steps of `step` pixels that each need `room` pixels of the row run back to
+// back; the last one moves back to end where the row's room ends, redoing a
+// few pixels with the same bytes, so the portable loop is left at most
+// room - step pixels instead of nearly a whole step. Returns false when done.
+inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
+{
+    const int32_t last = n - room;
+    if (x <= last)
+        return true;
+    if (last < 0 || x >= last + step)
+        return false;
+    x = last;
+    return true;
+}
+
 inline __m512i Table(const unsigned char (&b)[64])
 {
     return _mm512_loadu_si512(b);
@@ -60,7 +75,7 @@ int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
         const __m512i b = _mm512_mulhi_epu16(GreySums(s + 96, vpick, vweight), tenth);
         _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, _mm512_packus_epi16(a, b)));
     }
-    for (; x + 38 <= width; x += 32) {
+    for (; NextStep(x, width, 38, 32); x += 32) {
         const __m512i a = _mm512_mulhi_epu16(GreySums(src + 3 * static_cast<std::ptrdiff_t>(x), vpick, vweight), tenth);
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(a));
     }
@@ -75,7 +90,7 @@ int32_t Grey4(const unsigned char* src, unsigned char* dst, int32_t width)
     // Dword m of the packed result holds pixels 4m..4m+3 after this.
     const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
     int32_t x = 0;
-    for (; x + 64 <= width; x += 64) {
+    for (; NextStep(x, width, 64, 64); x += 64) {
         const unsigned char* s = src + 4 * static_cast<std::ptrdiff_t>(x);
         __m512i k[4];
         for (int i = 0; i < 4; ++i)
@@ -134,7 +149,7 @@ int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m512i opaque = Table(t.opaque);
     const int32_t room = (64 + (Src < Dst ? Src : Dst) - 1) / (Src < Dst ? Src : Dst);
     int32_t x = 0;
-    for (; x + room <= width; x += t.pixels) {
+    for (; NextStep(x, width, room, t.pixels); x += t.pixels) {
         const __m512i v = _mm512_loadu_si512(src + Src * static_cast<std::ptrdiff_t>(x));
         _mm512_storeu_si512(dst + Dst * static_cast<std::ptrdiff_t>(x),
                             _mm512_or_si512(_mm512_permutexvar_epi8(index, v), opaque));
@@ -158,7 +173,7 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     const __m128i shift = _mm_cvtsi32_si128(r.shift);
     const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     int32_t x = 0;
-    for (; x + 64 <= count; x += 64) {
+    for (; NextStep(x, count, 64, 64); x += 64) {
         const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
         const __m512i a = _mm512_loadu_si512(s);
         const __m512i b = _mm512_loadu_si512(s + 64);
@@ -209,7 +224,7 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
     const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     int32_t g = 0;
     // Whole-register loads of which 48 bytes count: 38 groups of room.
-    for (; g + 38 <= groups; g += 32) {
+    for (; NextStep(g, groups, 38, 32); g += 32) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m512i a = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s)));
         const __m512i b = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s + 48)));
@@ -295,12 +310,12 @@ int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
     static const sColourStore<Red, Blue, PixelBytes> out;
     const int32_t even = width & ~1;
     int32_t x = 0;
-    for (; x + 32 <= even; x += 32) {
+    for (; NextStep(x, even, 32, 32); x += 32) {
         __m512i red, green, blue;
         Yuv422Colours(_mm512_loadu_si512(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
         out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
     }
-    return x;
+    return x & ~3;  // the portable loop redoes a last half block whole
 }
 
 // Zero-extended words of one sample of 32 pixels picked from 128 bytes.
@@ -354,7 +369,7 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
     const __m512i neutral = _mm512_set1_epi16(127);
     int32_t x = 0;
-    for (; x + 32 <= width; x += 32) {
+    for (; NextStep(x, width, 32, 32); x += 32) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         const __m512i a = _mm512_loadu_si512(s);
         const __m512i b = _mm512_loadu_si512(s + 32);
@@ -378,7 +393,7 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m512i neutral = _mm512_set1_epi16(127);
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    for (; x + 44 <= whole; x += 32) {
+    for (; NextStep(x, whole, 44, 32); x += 32) {
         const __m512i in = _mm512_loadu_si512(src + (x / 4) * 6);
         const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pu, in), neutral);
         const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pv, in), neutral);
