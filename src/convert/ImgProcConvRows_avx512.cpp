@@ -104,11 +104,18 @@ int32_t Grey4(const unsigned char* src, unsigned char* dst, int32_t width)
 
 // --- reorders: one byte permute per step ---------------------------------------
 
+// 64 pixels a step: Src consecutive source registers in, Dst destination
+// registers out, each out of a two-register permute over source registers
+// first[k] and first[k] + 1 (and, for the few bytes of a reversed 3-byte
+// pixel that straddle both boundaries, one more from first[k] + 2).
+// Consecutive whole registers measured faster than one register a pixel
+// group, whose loads straddle cache lines.
 struct sPermute {
-    int pixels;   // per step
-    int outBytes; // written per step
-    unsigned char index[64];
-    unsigned char opaque[64];  // ORed into the result
+    int first[4];
+    unsigned char index[4][64];
+    unsigned char opaque[4][64];  // ORed into the result
+    unsigned char third[4][64];
+    __mmask64 fromThird[4];
 };
 
 // Src/Dst pixel sizes and the reversal make the index of every output byte.
@@ -116,43 +123,63 @@ template <int Src, int Dst, bool Reversed>
 const sPermute& PermuteOf()
 {
     static const sPermute table = [] {
-        sPermute t;
-        t.pixels = (Src == 3 && Dst == 3) ? 21 : 16;
-        t.outBytes = t.pixels * Dst;
-        for (int j = 0; j < 64; ++j) {
-            const int p = j / Dst, c = j % Dst;
-            int from = 0;
-            unsigned char fill = 0;
-            if (c != 3)
-                from = Src * p + (Reversed ? 2 - c : c);
-            else if (Src == 4)
-                from = 4 * p + 3;
-            else
-                fill = 0xFF;
-            t.index[j] = static_cast<unsigned char>(j < t.outBytes ? from : 0);
-            t.opaque[j] = j < t.outBytes ? fill : 0;
+        sPermute t = {};
+        for (int k = 0; k < Dst; ++k) {
+            int from[64];
+            int lowest = 4 * 64;
+            for (int j = 0; j < 64; ++j) {
+                const int p = (64 * k + j) / Dst, c = (64 * k + j) % Dst;
+                from[j] = -1;  // a filled alpha: any byte will do
+                if (c != 3)
+                    from[j] = Src * p + (Reversed ? 2 - c : c);
+                else if (Src == 4)
+                    from[j] = 4 * p + 3;
+                else
+                    t.opaque[k][j] = 0xFF;
+                if (from[j] >= 0 && from[j] < lowest)
+                    lowest = from[j];
+            }
+            const int first = lowest / 64 < Src - 2 ? lowest / 64 : Src - 2;
+            t.first[k] = first;
+            for (int j = 0; j < 64; ++j) {
+                const int at = from[j] < 0 ? 64 * first : from[j];
+                if (at >= 64 * (first + 2)) {
+                    t.fromThird[k] |= __mmask64(1) << j;
+                    t.third[k][j] = static_cast<unsigned char>(at - 64 * (first + 2));
+                } else {
+                    t.index[k][j] = static_cast<unsigned char>(at - 64 * first);
+                }
+            }
         }
         return t;
     }();
     return table;
 }
 
-// Whole-register loads and stores, which are cheaper than masked ones: the
-// bytes a store writes past its step are written again by the next step or
-// by the portable loop, so a step only runs while 64 bytes of the row remain
-// on both sides.
 template <int Src, int Dst, bool Reversed>
 int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     const sPermute& t = PermuteOf<Src, Dst, Reversed>();
-    const __m512i index = Table(t.index);
-    const __m512i opaque = Table(t.opaque);
-    const int32_t room = (64 + (Src < Dst ? Src : Dst) - 1) / (Src < Dst ? Src : Dst);
+    __m512i index[Dst], opaque[Dst], third[Dst];
+    for (int k = 0; k < Dst; ++k) {
+        index[k] = Table(t.index[k]);
+        opaque[k] = Table(t.opaque[k]);
+        third[k] = Table(t.third[k]);
+    }
     int32_t x = 0;
-    for (; NextStep(x, width, room, t.pixels); x += t.pixels) {
-        const __m512i v = _mm512_loadu_si512(src + Src * static_cast<std::ptrdiff_t>(x));
-        _mm512_storeu_si512(dst + Dst * static_cast<std::ptrdiff_t>(x),
-                            _mm512_or_si512(_mm512_permutexvar_epi8(index, v), opaque));
+    for (; NextStep(x, width, 64, 64); x += 64) {
+        const unsigned char* s = src + Src * static_cast<std::ptrdiff_t>(x);
+        unsigned char* d = dst + Dst * static_cast<std::ptrdiff_t>(x);
+        __m512i in[Src];
+        for (int k = 0; k < Src; ++k)
+            in[k] = _mm512_loadu_si512(s + 64 * k);
+        for (int k = 0; k < Dst; ++k) {
+            const int f = t.first[k];
+            __m512i v = _mm512_permutex2var_epi8(in[f], index[k], in[f + 1]);
+            if (t.fromThird[k] != 0)
+                v = _mm512_mask_permutexvar_epi8(v, t.fromThird[k], third[k], in[f + 2 < Src ? f + 2 : f]);
+            _mm512_storeu_si512(d + 64 * k, Src == 4 && Dst == 4 ? v : _mm512_or_si512(v, opaque[k]));
+        }
     }
     return x;
 }
