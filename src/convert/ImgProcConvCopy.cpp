@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "ImgProc.h"
 #include "KvMath.h"
@@ -60,9 +61,26 @@ void CopyRow(const unsigned char* src, unsigned char* dst, int32_t count, int32_
     }
 }
 
-typedef void (*RowCopier)(const unsigned char*, unsigned char*, int32_t, int32_t);
+// Equal element widths and a step of one make the row one block copy.
+template <int SD>
+void CopyWhole(const unsigned char* src, unsigned char* dst, int32_t count, int32_t /*stepX*/)
+{
+    std::memcpy(dst, src, static_cast<size_t>(count) * SD);
+}
 
 }  // namespace
+
+CopyRowFunction PickCopyRow(double srcBytePerPixel, int32_t srcBpp, int32_t stepX, KvCpuLevel level)
+{
+    // Only the source's element width decides; the format code is not looked
+    // at, so multi-byte pixels are copied one short element each.
+    const bool vector = stepX == 1 && level != KvCpuLevel::Baseline;
+    if (srcBytePerPixel == 1.0)
+        return vector ? CopyWhole<1> : CopyRow<uint8_t, uint8_t, 1>;
+    if (static_cast<double>(srcBpp) <= 8.0)
+        return CopyRow<uint16_t, uint8_t, 1>;
+    return vector ? CopyWhole<2> : CopyRow<uint16_t, uint16_t, 2>;
+}
 
 CImgProcConvCopy::CImgProcConvCopy() {}
 
@@ -72,15 +90,7 @@ bool CImgProcConvCopy::OnConvert()
 {
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
 
-    // Only the source's element width decides; the format code is not looked
-    // at, so multi-byte pixels are copied one short element each.
-    RowCopier copyRow;
-    if (mpMemSrc->mdBytePerPixel == 1.0)
-        copyRow = CopyRow<uint8_t, uint8_t, 1>;
-    else if (static_cast<double>(mpMemSrc->miBppEff) <= 8.0)
-        copyRow = CopyRow<uint16_t, uint8_t, 1>;
-    else
-        copyRow = CopyRow<uint16_t, uint16_t, 2>;
+    const CopyRowFunction copyRow = PickCopyRow(mpMemSrc->mdBytePerPixel, mpMemSrc->miBppEff, miStepX, KvCpuActive());
 
     // Element count per row: the width times the samples per element, in
     // 32 bits as everywhere in the addressing. It is the same for every row,

@@ -9,6 +9,7 @@
 #include "KorvaPixelFormats.h"
 #include "KvMath.h"
 #include "MemoryAccess.h"
+#include "ImgProcConvRows.h"
 
 namespace {
 
@@ -28,15 +29,13 @@ void StoreSample(unsigned char* p, T v)
     std::memcpy(p, &v, sizeof v);
 }
 
-typedef void (*RowConverter)(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX,
-                             const uint16_t* lut);
-
 // Unpacked source: one table lookup per pixel. The sample is the index as it
 // stands, without masking to the format's depth.
 template <typename S, typename D>
-void TableRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+void TableRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
 {
-    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
+    const uint16_t* lut = row.lut;
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(row.stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
     for (int32_t x = 0; x < width; ++x) {
         StoreSample(dst + x * dstStep, static_cast<D>(lut[LoadSample<S>(src)]));
         src += sizeof(S);
@@ -56,9 +55,10 @@ inline void ReadGroup(const unsigned char* g, uint16_t& p0, uint16_t& p1)
 // Packed source into plain samples. An odd last pixel has no group and stays
 // unwritten.
 template <typename D, int Shift, unsigned Mask>
-void UnpackRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+void UnpackRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
 {
-    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
+    const uint16_t* lut = row.lut;
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(row.stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
     const int32_t groups = width / 2;
     for (int32_t g = 0; g < groups; ++g) {
         uint16_t p0, p1;
@@ -75,9 +75,10 @@ void UnpackRow(const unsigned char* src, unsigned char* dst, int32_t width, int3
 // unused bits receive the values' bits 3..2 rather than being cleared. Any
 // step other than 1 swaps the two pixels of a group.
 template <int Shift, unsigned Mask, bool StepOne>
-void RepackRow(const unsigned char* src, unsigned char* dst, int32_t width, int32_t stepX, const uint16_t* lut)
+void RepackRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
 {
-    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * 3;
+    const uint16_t* lut = row.lut;
+    const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(row.stepX) * 3;
     const int32_t groups = width / 2;
     for (int32_t g = 0; g < groups; ++g) {
         uint16_t p0, p1;
@@ -92,16 +93,40 @@ void RepackRow(const unsigned char* src, unsigned char* dst, int32_t width, int3
     }
 }
 
+// Vector bodies in front of the portable loops, which finish each row.
+void WordsVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
+{
+    const int32_t done = row.words(src, dst, width, row.rescale, row.lut);
+    TableRow<uint16_t, uint8_t>(src + 2 * static_cast<std::ptrdiff_t>(done), dst + done, width - done, row);
+}
+
 template <int Shift, unsigned Mask>
-RowConverter Repacker(int32_t stepX)
+void UnpackVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
+{
+    const int32_t groups = row.unpack(src, dst, width / 2, row.rescale);
+    UnpackRow<uint8_t, Shift, Mask>(src + 3 * static_cast<std::ptrdiff_t>(groups),
+                                    dst + 2 * static_cast<std::ptrdiff_t>(groups), width - 2 * groups, row);
+}
+
+template <int Shift, unsigned Mask>
+MonoRowConverter Repacker(int32_t stepX)
 {
     return stepX == 1 ? RepackRow<Shift, Mask, true> : RepackRow<Shift, Mask, false>;
 }
 
+// The unpacked samples of a layout never exceed its depth, so a table that
+// is the rescale up to there is all the body needs.
 template <int Shift, unsigned Mask>
-RowConverter Unpacker(bool narrowDestination)
+MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvRowBodies& bodies)
 {
-    return narrowDestination ? UnpackRow<uint8_t, Shift, Mask> : UnpackRow<uint16_t, Shift, Mask>;
+    if (!narrowDestination)
+        return UnpackRow<uint16_t, Shift, Mask>;
+    const ConvUnpackBody body = bodies.unpack8[Shift == 4 ? 1 : 0];
+    if (body != nullptr && row->stepX == 1 && ConvLutIsRescale8(row->lut, Shift == 4 ? 4095 : 1023, &row->rescale)) {
+        row->unpack = body;
+        return UnpackVectorRow<Shift, Mask>;
+    }
+    return UnpackRow<uint8_t, Shift, Mask>;
 }
 
 bool Is(uint32_t format, uint32_t code)
@@ -110,6 +135,59 @@ bool Is(uint32_t format, uint32_t code)
 }
 
 }  // namespace
+
+bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, double srcBytePerPixel,
+                 int32_t stepX, const uint16_t* lut, KvCpuLevel level, sMonoRow* row)
+{
+    const bool narrowDestination = dstBpp <= 8;
+    const sConvRowBodies& bodies = ConvRowBodies(level);
+    row->stepX = stepX;
+    row->lut = lut;
+    row->words = nullptr;
+    row->unpack = nullptr;
+    if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED) || Is(srcFormat, KORVA_PIXTYPE_MONO12_PACKED)) {
+        if (srcFormat == dstFormat) {
+            // The repack takes its layout from the depth, not from the code.
+            switch (srcBpp) {
+            case 10:
+                row->convert = Repacker<2, 0x33u>(stepX);
+                break;
+            case 12:
+                row->convert = Repacker<4, 0xFFu>(stepX);
+                break;
+            default:
+                row->convert = Repacker<0, 0u>(stepX);
+                break;
+            }
+        } else if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED)) {
+            row->convert = Unpacker<2, 0x33u>(narrowDestination, row, bodies);
+        } else {
+            row->convert = Unpacker<4, 0xFFu>(narrowDestination, row, bodies);
+        }
+        return true;
+    }
+    if (Is(srcFormat, KORVA_PIXTYPE_MONO8) || Is(srcFormat, KORVA_PIXTYPE_MONO10) ||
+        Is(srcFormat, KORVA_PIXTYPE_MONO12) || Is(srcFormat, KORVA_PIXTYPE_MONO14) ||
+        Is(srcFormat, KORVA_PIXTYPE_MONO16)) {
+        // A one-byte source writes bytes whatever the destination's depth.
+        if (srcBytePerPixel == 1.0) {
+            row->convert = TableRow<uint8_t, uint8_t>;
+        } else if (narrowDestination) {
+            row->convert = TableRow<uint16_t, uint8_t>;
+            if (bodies.words8 != nullptr && stepX == 1 &&
+                ConvLutIsRescale8(lut, ConvLargestSample(srcBpp), &row->rescale)) {
+                row->words = bodies.words8;
+                row->convert = WordsVectorRow;
+            }
+        } else {
+            row->convert = TableRow<uint16_t, uint16_t>;
+        }
+        return true;
+    }
+    // Signed and LUT-flagged mono formats are not served, even where the
+    // catalogue offers destinations for them.
+    return false;
+}
 
 CImgProcConvMono::CImgProcConvMono() {}
 
@@ -121,47 +199,11 @@ bool CImgProcConvMono::OnConvert()
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
 
     const int32_t width = mRectDst.Width();
-    const uint32_t srcFormat = mpMemSrc->miPixelFormat;
-    const uint32_t dstFormat = mpMemDst->miPixelFormat;
-    const bool narrowDestination = mpMemDst->miBppEff <= 8;
-
-    RowConverter convertRow;
-    if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED) || Is(srcFormat, KORVA_PIXTYPE_MONO12_PACKED)) {
-        if (srcFormat == dstFormat) {
-            // The repack takes its layout from the depth, not from the code.
-            switch (mpMemSrc->miBppEff) {
-            case 10:
-                convertRow = Repacker<2, 0x33u>(miStepX);
-                break;
-            case 12:
-                convertRow = Repacker<4, 0xFFu>(miStepX);
-                break;
-            default:
-                convertRow = Repacker<0, 0u>(miStepX);
-                break;
-            }
-        } else if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED)) {
-            convertRow = Unpacker<2, 0x33u>(narrowDestination);
-        } else {
-            convertRow = Unpacker<4, 0xFFu>(narrowDestination);
-        }
-    } else if (Is(srcFormat, KORVA_PIXTYPE_MONO8) || Is(srcFormat, KORVA_PIXTYPE_MONO10) ||
-               Is(srcFormat, KORVA_PIXTYPE_MONO12) || Is(srcFormat, KORVA_PIXTYPE_MONO14) ||
-               Is(srcFormat, KORVA_PIXTYPE_MONO16)) {
-        // A one-byte source writes bytes whatever the destination's depth.
-        if (mpMemSrc->mdBytePerPixel == 1.0)
-            convertRow = TableRow<uint8_t, uint8_t>;
-        else if (narrowDestination)
-            convertRow = TableRow<uint16_t, uint8_t>;
-        else
-            convertRow = TableRow<uint16_t, uint16_t>;
-    } else {
-        // Signed and LUT-flagged mono formats are not served, even where the
-        // catalogue offers destinations for them.
+    sMonoRow row;
+    if (!PickMonoRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff, mpMemDst->miBppEff,
+                     mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row))
         return false;
-    }
 
-    const uint16_t* lut = mpImgProc->mpLUT[0];
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
     for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
@@ -171,7 +213,7 @@ bool CImgProcConvMono::OnConvert()
         // still counts as done.
         if (dst == nullptr || src == nullptr)
             return true;
-        convertRow(src, dst, width, miStepX, lut);
+        row.convert(src, dst, width, row);
     }
     return true;
 }

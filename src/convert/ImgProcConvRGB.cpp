@@ -10,6 +10,7 @@
 #include "KvAssert.h"
 #include "MemoryAccess.h"
 #include "PixelTypes.h"
+#include "ImgProcConvRows.h"
 
 namespace {
 
@@ -50,24 +51,13 @@ inline void Store<WORD>(unsigned char* p, uint32_t v)
     std::memcpy(p, &w, sizeof w);
 }
 
-// Everything a row needs besides its two pointers; fixed for the whole call.
-struct sRowContext {
-    const WORD* lut0;
-    const WORD* lut1;
-    const WORD* lut2;
-    ptrdiff_t dstStep;        // bytes from one destination pixel to the next
-    uintptr_t planeDistance;  // planar destination: bytes between planes
-};
-
-typedef void (*RowFunction)(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c);
-
 enum eFourth { FOURTH_NONE, FOURTH_OPAQUE, FOURTH_CARRIED };
 
 // Colour to colour. Tables follow the memory position of the source
 // component, not its colour; the reversed map only changes where the
 // results land.
 template <typename S, typename D, int SrcPixel, bool Reversed, eFourth Fourth>
-void ColourRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+void ColourRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
 {
     const size_t SD = sizeof(D);
     for (int32_t x = 0; x < width; ++x) {
@@ -95,7 +85,7 @@ void ColourRow(const unsigned char* src, unsigned char* dst, int32_t width, cons
 // Grey by memory position: the first component always weighs 30, also when
 // it is blue.
 template <typename S, typename D, int SrcPixel>
-void GreyRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+void GreyRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
 {
     for (int32_t x = 0; x < width; ++x) {
         const uint32_t g0 = c.lut0[Load<S>(src)];
@@ -110,7 +100,7 @@ void GreyRow(const unsigned char* src, unsigned char* dst, int32_t width, const 
 // Packed source into three 8-bit planes that follow each other at
 // planeDistance bytes. Plane k always uses table k.
 template <typename S, int SrcPixel, bool Reversed>
-void PlanesRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRowContext& c)
+void PlanesRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
 {
     unsigned char* p0 = dst;
     unsigned char* p1 = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(dst) + c.planeDistance);
@@ -157,7 +147,7 @@ bool IsPlanar(uint32_t f)
 }
 
 template <bool Reversed>
-RowFunction PickBytesToBytes(bool srcFour, bool dstFour)
+RgbRowFunction PickBytesToBytes(bool srcFour, bool dstFour)
 {
     if (srcFour && dstFour)
         return &ColourRow<BYTE, BYTE, 4, Reversed, FOURTH_CARRIED>;
@@ -169,7 +159,7 @@ RowFunction PickBytesToBytes(bool srcFour, bool dstFour)
 }
 
 template <bool Reversed>
-RowFunction PickWordsToBytes(bool dstFour)
+RgbRowFunction PickWordsToBytes(bool dstFour)
 {
     if (dstFour)
         return &ColourRow<WORD, BYTE, 6, Reversed, FOURTH_OPAQUE>;
@@ -184,7 +174,7 @@ enum eDepth { DEPTH_NONE, DEPTH_8_TO_8, DEPTH_DEEP_TO_8, DEPTH_DEEP_TO_DEEP };
 // whose depth does not match its code is read as its depth says. Sources
 // above 8 bits are read as three words per pixel whatever the code; only the
 // 8-bit paths know a four-byte source.
-RowFunction PickPackedRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int* dstPixel)
+RgbRowFunction PickPackedRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int* dstPixel)
 {
     eDepth depth = DEPTH_NONE;
     if (srcBpp == 8 && dstBpp == 8)
@@ -249,6 +239,76 @@ RowFunction PickPackedRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp
     }
 }
 
+// Vector bodies in front of the portable loops, which finish each row.
+template <int SrcPixel, bool Reversed, eFourth Fourth>
+void ColourVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
+{
+    const int32_t done = c.bytes(src, dst, width);
+    ColourRow<BYTE, BYTE, SrcPixel, Reversed, Fourth>(src + SrcPixel * static_cast<ptrdiff_t>(done),
+                                                      dst + done * c.dstStep, width - done, c);
+}
+
+template <int SrcPixel>
+void GreyVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
+{
+    const int32_t done = c.bytes(src, dst, width);
+    GreyRow<BYTE, BYTE, SrcPixel>(src + SrcPixel * static_cast<ptrdiff_t>(done), dst + done, width - done, c);
+}
+
+// Deep samples in memory order need no reorder: one rescale over the row's
+// samples, up to the first vector with a sample above the depth.
+void WordsVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
+{
+    const int32_t done = c.words(src, dst, 3 * width, c.rescale, nullptr) / 3;
+    ColourRow<WORD, BYTE, 6, false, FOURTH_NONE>(src + 6 * static_cast<ptrdiff_t>(done), dst + 3 * done,
+                                                 width - done, c);
+}
+
+// Replaces a portable row by its vector form where the level has a body and
+// the tables have the shape the body computes.
+RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvRowBodies& bodies, int32_t srcBpp)
+{
+    const bool identity = ConvLutIsIdentity8(c->lut0) && ConvLutIsIdentity8(c->lut1) && ConvLutIsIdentity8(c->lut2);
+    struct sBytesForm {
+        RgbRowFunction portable;
+        ConvBytesBody body;
+        RgbRowFunction vector;
+    };
+    const sBytesForm forms[] = {
+        {&GreyRow<BYTE, BYTE, 3>, bodies.grey[0], &GreyVectorRow<3>},
+        {&GreyRow<BYTE, BYTE, 4>, bodies.grey[1], &GreyVectorRow<4>},
+        {&ColourRow<BYTE, BYTE, 3, false, FOURTH_NONE>, bodies.reorder[0][0][0], &ColourVectorRow<3, false, FOURTH_NONE>},
+        {&ColourRow<BYTE, BYTE, 3, true, FOURTH_NONE>, bodies.reorder[0][0][1], &ColourVectorRow<3, true, FOURTH_NONE>},
+        {&ColourRow<BYTE, BYTE, 3, false, FOURTH_OPAQUE>, bodies.reorder[0][1][0],
+         &ColourVectorRow<3, false, FOURTH_OPAQUE>},
+        {&ColourRow<BYTE, BYTE, 3, true, FOURTH_OPAQUE>, bodies.reorder[0][1][1], &ColourVectorRow<3, true, FOURTH_OPAQUE>},
+        {&ColourRow<BYTE, BYTE, 4, false, FOURTH_NONE>, bodies.reorder[1][0][0], &ColourVectorRow<4, false, FOURTH_NONE>},
+        {&ColourRow<BYTE, BYTE, 4, true, FOURTH_NONE>, bodies.reorder[1][0][1], &ColourVectorRow<4, true, FOURTH_NONE>},
+        {&ColourRow<BYTE, BYTE, 4, false, FOURTH_CARRIED>, bodies.reorder[1][1][0],
+         &ColourVectorRow<4, false, FOURTH_CARRIED>},
+        {&ColourRow<BYTE, BYTE, 4, true, FOURTH_CARRIED>, bodies.reorder[1][1][1],
+         &ColourVectorRow<4, true, FOURTH_CARRIED>},
+    };
+    for (const sBytesForm& f : forms) {
+        if (f.portable != row)
+            continue;
+        if (f.body == nullptr || !identity)
+            return row;
+        c->bytes = f.body;
+        return f.vector;
+    }
+    if (row == &ColourRow<WORD, BYTE, 6, false, FOURTH_NONE> && bodies.words8 != nullptr) {
+        const int32_t srcMax = ConvLargestSample(srcBpp);
+        sConvRescale r1, r2;
+        if (ConvLutIsRescale8(c->lut0, srcMax, &c->rescale) && ConvLutIsRescale8(c->lut1, srcMax, &r1) &&
+            ConvLutIsRescale8(c->lut2, srcMax, &r2)) {
+            c->words = bodies.words8;
+            return &WordsVectorRow;
+        }
+    }
+    return row;
+}
+
 // Placement arithmetic wraps in 32 bits like the view's own addressing.
 int32_t DstRow(int32_t stepY, int32_t y, int32_t startY)
 {
@@ -257,9 +317,10 @@ int32_t DstRow(int32_t stepY, int32_t y, int32_t startY)
 }
 
 template <typename S>
-void PlanarRow(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width, ptrdiff_t step,
-               const WORD* const lut[3])
+void PlanarRow(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width, const sPlanarRow& r)
 {
+    const ptrdiff_t step = r.step;
+    const WORD* const* lut = r.lut;
     const unsigned char* s0 = src[0];
     const unsigned char* s1 = src[1];
     const unsigned char* s2 = src[2];
@@ -279,7 +340,47 @@ void PlanarRow(const unsigned char* const src[3], unsigned char* const dst[3], i
     }
 }
 
+// Identity tables leave 8-bit planes as they are.
+void PlanarCopyRow(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width, const sPlanarRow& r)
+{
+    for (int k = 0; k < 3; ++k)
+        r.bytes(src[k], dst[k], width);
+}
+
+// Each plane through its own table's register form; the portable loop
+// finishes all three from the shortest plane's end.
+void PlanarWordsRow(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width, const sPlanarRow& r)
+{
+    int32_t done = width;
+    for (int k = 0; k < 3; ++k) {
+        const int32_t d = r.words(src[k], dst[k], width, r.rescale, r.lut[k]);
+        done = d < done ? d : done;
+    }
+    const unsigned char* const restSrc[3] = {src[0] + 2 * static_cast<ptrdiff_t>(done),
+                                             src[1] + 2 * static_cast<ptrdiff_t>(done),
+                                             src[2] + 2 * static_cast<ptrdiff_t>(done)};
+    unsigned char* const restDst[3] = {dst[0] + done, dst[1] + done, dst[2] + done};
+    PlanarRow<WORD>(restSrc, restDst, width - done, r);
+}
+
 }  // namespace
+
+void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int32_t stepX,
+                const WORD* const lut[3], uintptr_t planeDistance, KvCpuLevel level, sRgbRow* c)
+{
+    int dstPixel = 0;
+    c->lut0 = lut[0];
+    c->lut1 = lut[1];
+    c->lut2 = lut[2];
+    c->planeDistance = planeDistance;
+    c->bytes = nullptr;
+    c->words = nullptr;
+    c->convert = PickPackedRow(srcFormat, dstFormat, srcBpp, dstBpp, &dstPixel);
+    c->dstStep = static_cast<ptrdiff_t>(stepX) * dstPixel;
+    if (c->convert == nullptr || stepX != 1)
+        return;
+    c->convert = VectorForm(c->convert, c, ConvRowBodies(level), srcBpp);
+}
 
 CImgProcConvRGB::CImgProcConvRGB() {}
 
@@ -299,20 +400,15 @@ bool CImgProcConvRGB::OnConvert()
               "ImgProcConvRGB");
 
     const int32_t width = mRectDst.Width();
-    int dstPixel = 0;
-    const RowFunction row = PickPackedRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff,
-                                          mpMemDst->miBppEff, &dstPixel);
-
-    sRowContext context;
-    context.lut0 = mpImgProc->mpLUT[0];
-    context.lut1 = mpImgProc->mpLUT[1];
-    context.lut2 = mpImgProc->mpLUT[2];
-    context.dstStep = static_cast<ptrdiff_t>(miStepX) * dstPixel;
     // Plane distance of a planar destination: the region's pitch times the
     // run's height, in 32 bits (not the full plane of the view).
     const uint32_t plane =
         static_cast<uint32_t>(mpMemDst->GetPitch()) * static_cast<uint32_t>(mRectDst.Height());
-    context.planeDistance = static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane)));
+    const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
+    sRgbRow context;
+    PickRgbRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut,
+               static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane))), KvCpuActive(), &context);
+    const RgbRowFunction row = context.convert;
 
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
@@ -323,6 +419,35 @@ bool CImgProcConvRGB::OnConvert()
             row(src, dst, width, context);
     }
     return true;
+}
+
+void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t* const lut[3], KvCpuLevel level,
+                   sPlanarRow* r)
+{
+    r->step = stepX;
+    r->convert = nullptr;
+    r->bytes = nullptr;
+    r->words = nullptr;
+    for (int k = 0; k < 3; ++k)
+        r->lut[k] = lut[k];
+    const sConvRowBodies& bodies = ConvRowBodies(level);
+    if (srcBpp > 8 && dstBpp == 8) {
+        r->convert = &PlanarRow<WORD>;
+        const int32_t srcMax = ConvLargestSample(srcBpp);
+        sConvRescale r1, r2;
+        if (stepX == 1 && bodies.words8 != nullptr && ConvLutIsRescale8(lut[0], srcMax, &r->rescale) &&
+            ConvLutIsRescale8(lut[1], srcMax, &r1) && ConvLutIsRescale8(lut[2], srcMax, &r2)) {
+            r->words = bodies.words8;
+            r->convert = &PlanarWordsRow;
+        }
+    } else if (srcBpp == 8 && dstBpp == 8) {
+        r->convert = &PlanarRow<BYTE>;
+        if (stepX == 1 && bodies.copy != nullptr && ConvLutIsIdentity8(lut[0]) && ConvLutIsIdentity8(lut[1]) &&
+            ConvLutIsIdentity8(lut[2])) {
+            r->bytes = bodies.copy;
+            r->convert = &PlanarCopyRow;
+        }
+    }
 }
 
 CImgProcConvRGBPlanar::CImgProcConvRGBPlanar() {}
@@ -341,15 +466,10 @@ bool CImgProcConvRGBPlanar::OnConvert()
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
 
     const int32_t width = mRectDst.Width();
-    const int32_t srcBpp = mpMemSrc->miBppEff;
-    const int32_t dstBpp = mpMemDst->miBppEff;
-    void (*row)(const unsigned char* const*, unsigned char* const*, int32_t, ptrdiff_t, const WORD* const*) = nullptr;
-    if (srcBpp > 8 && dstBpp == 8)
-        row = &PlanarRow<WORD>;
-    else if (srcBpp == 8 && dstBpp == 8)
-        row = &PlanarRow<BYTE>;
     const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
-    const ptrdiff_t step = miStepX;
+    sPlanarRow planarRow;
+    PickPlanarRow(mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut, KvCpuActive(), &planarRow);
+    const PlanarRowFunction row = planarRow.convert;
 
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = DstRow(miStepY, y, miDstStartY);
@@ -363,7 +483,7 @@ bool CImgProcConvRGBPlanar::OnConvert()
             src[2] == nullptr)
             return true;
         if (row != nullptr)
-            row(src, dst, width, step, lut);
+            row(src, dst, width, planarRow);
     }
     return true;
 }

@@ -9,14 +9,9 @@
 #include "KvAssert.h"
 #include "KvMath.h"
 #include "MemoryAccess.h"
+#include "ImgProcConvRows.h"
 
 namespace {
-
-// dstStep is the byte distance between consecutive destination pixels (or,
-// for the same-format loops, between consecutive groups); it carries the
-// direction of the walk.
-typedef void (*RowConverter)(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                             const uint16_t* lut);
 
 // Chroma terms of one group in 16.16 fixed point. Neutral chroma is 127, and
 // there is no rounding term: the arithmetic shift rounds toward -infinity.
@@ -63,9 +58,10 @@ inline void PutColour(unsigned char* p, uint16_t luma, const Chroma& c)
 // --- colour destinations ----------------------------------------------------
 
 template <int Red, int Blue, int Bytes>
-void Yuv444ToColour(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                    const uint16_t* lut)
+void Yuv444ToColour(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     for (int32_t x = 0; x < width; ++x) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         PutColour<Red, Blue, Bytes>(dst + x * dstStep, lut[s[1]], MakeChroma(s[0], s[2]));
@@ -75,9 +71,10 @@ void Yuv444ToColour(const unsigned char* src, unsigned char* dst, int32_t width,
 // Blocks of two groups, four pixels. The last block may lie partly behind the
 // row's end (widths of 2 mod 4); it is converted whole all the same.
 template <int Red, int Blue, int Bytes>
-void Yuv422ToColour(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                    const uint16_t* lut)
+void Yuv422ToColour(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 2) * 4;
     for (int64_t at = 0; at < end; at += 8) {
         const unsigned char* s = src + at;
@@ -93,9 +90,10 @@ void Yuv422ToColour(const unsigned char* src, unsigned char* dst, int32_t width,
 
 // Groups of four pixels; the last width mod 4 pixels are not written.
 template <int Red, int Blue, int Bytes>
-void Yuv411ToColour(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                    const uint16_t* lut)
+void Yuv411ToColour(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 4) * 6;
     for (int64_t at = 0; at < end; at += 6) {
         const unsigned char* s = src + at;
@@ -111,18 +109,20 @@ void Yuv411ToColour(const unsigned char* src, unsigned char* dst, int32_t width,
 // --- grey destination -------------------------------------------------------
 
 // The 444 grey path goes through the table twice; the subsampled ones once.
-void Yuv444ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv444ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     for (int32_t x = 0; x < width; ++x) {
         const unsigned char once = Limit255(lut[src[3 * static_cast<std::ptrdiff_t>(x) + 1]]);
         dst[x * dstStep] = static_cast<unsigned char>(lut[once]);
     }
 }
 
-void Yuv422ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv422ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 2) * 4;
     for (int64_t at = 0; at < end; at += 8) {
         const unsigned char* s = src + at;
@@ -134,9 +134,10 @@ void Yuv422ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, s
     }
 }
 
-void Yuv411ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv411ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 4) * 6;
     for (int64_t at = 0; at < end; at += 6) {
         const unsigned char* s = src + at;
@@ -150,9 +151,10 @@ void Yuv411ToGrey(const unsigned char* src, unsigned char* dst, int32_t width, s
 
 // --- same format: luma through the table, chroma copied, no clamp ------------
 
-void Yuv444ToSame(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv444ToSame(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     for (int32_t x = 0; x < width; ++x) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         unsigned char* d = dst + x * dstStep;
@@ -163,9 +165,10 @@ void Yuv444ToSame(const unsigned char* src, unsigned char* dst, int32_t width, s
 }
 
 // A block keeps its own byte order; only the blocks' order follows dstStep.
-void Yuv422ToSame(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv422ToSame(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 2) * 4;
     for (int64_t at = 0; at < end; at += 8) {
         const unsigned char* s = src + at;
@@ -181,9 +184,10 @@ void Yuv422ToSame(const unsigned char* src, unsigned char* dst, int32_t width, s
     }
 }
 
-void Yuv411ToSame(const unsigned char* src, unsigned char* dst, int32_t width, std::ptrdiff_t dstStep,
-                  const uint16_t* lut)
+void Yuv411ToSame(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
 {
+    const std::ptrdiff_t dstStep = row.dstStep;
+    const uint16_t* lut = row.lut;
     const int64_t end = static_cast<int64_t>(width / 4) * 6;
     for (int64_t at = 0; at < end; at += 6) {
         const unsigned char* s = src + at;
@@ -197,12 +201,51 @@ void Yuv411ToSame(const unsigned char* src, unsigned char* dst, int32_t width, s
     }
 }
 
-// --- selection --------------------------------------------------------------
-
 enum eYuvSource { YUV_411, YUV_422, YUV_444 };
 
+// Vector bodies in front of the portable loops, which finish the rows in
+// their blocks and groups.
 template <int Red, int Blue, int Bytes>
-RowConverter ColourRow(eYuvSource source)
+void Yuv422ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    Yuv422ToColour<Red, Blue, Bytes>(src + 2 * static_cast<std::ptrdiff_t>(done), dst + done * row.dstStep,
+                                     width - done, row);
+}
+
+template <int Red, int Blue, int Bytes>
+void Yuv444ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    Yuv444ToColour<Red, Blue, Bytes>(src + 3 * static_cast<std::ptrdiff_t>(done), dst + done * row.dstStep,
+                                     width - done, row);
+}
+
+template <int Red, int Blue, int Bytes>
+void Yuv411ToColourVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    Yuv411ToColour<Red, Blue, Bytes>(src + 6 * static_cast<std::ptrdiff_t>(done / 4), dst + done * row.dstStep,
+                                     width - done, row);
+}
+
+template <int Red, int Blue, int Bytes>
+YuvRowConverter VectorRow(eYuvSource source)
+{
+    switch (source) {
+    case YUV_411:
+        return Yuv411ToColourVector<Red, Blue, Bytes>;
+    case YUV_422:
+        return Yuv422ToColourVector<Red, Blue, Bytes>;
+    default:
+        return Yuv444ToColourVector<Red, Blue, Bytes>;
+    }
+}
+
+// --- selection --------------------------------------------------------------
+
+template <int Red, int Blue, int Bytes>
+YuvRowConverter ColourRow(eYuvSource source)
 {
     switch (source) {
     case YUV_411:
@@ -215,6 +258,62 @@ RowConverter ColourRow(eYuvSource source)
 }
 
 }  // namespace
+
+void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut, KvCpuLevel level,
+                sYuvRow* row)
+{
+    // Any other destination, a different YUV format included, counts as
+    // three-byte blue-first.
+    const bool grey = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_MONO8);
+    const bool redFirst = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGBA8_PACKED) ||
+                          dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGB8_PACKED);
+    const bool fourBytes = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGBA8_PACKED) ||
+                           dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_BGRA8_PACKED);
+    const eYuvSource source = srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV411_PACKED)   ? YUV_411
+                              : srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV422_PACKED) ? YUV_422
+                                                                                                : YUV_444;
+
+    // The 444 loops step stepX whole pixels; the subsampled ones only take
+    // its direction, one unit (pixel, or group when the layout stays) at a time.
+    YuvRowConverter convertRow;
+    std::ptrdiff_t unit;
+    if (srcFormat == dstFormat) {
+        static const YuvRowConverter same[] = {Yuv411ToSame, Yuv422ToSame, Yuv444ToSame};
+        static const std::ptrdiff_t groupBytes[] = {6, 8, 3};
+        convertRow = same[source];
+        unit = groupBytes[source];
+    } else if (grey) {
+        static const YuvRowConverter toGrey[] = {Yuv411ToGrey, Yuv422ToGrey, Yuv444ToGrey};
+        convertRow = toGrey[source];
+        unit = 1;
+    } else if (redFirst) {
+        convertRow = fourBytes ? ColourRow<0, 2, 4>(source) : ColourRow<0, 2, 3>(source);
+        unit = fourBytes ? 4 : 3;
+    } else {
+        convertRow = fourBytes ? ColourRow<2, 0, 4>(source) : ColourRow<2, 0, 3>(source);
+        unit = fourBytes ? 4 : 3;
+    }
+    row->convert = convertRow;
+    row->dstStep = source == YUV_444 ? static_cast<std::ptrdiff_t>(stepX) * unit : (stepX < 1 ? -unit : unit);
+    row->lut = lut;
+    row->bytes = nullptr;
+
+    // Colour rows walking forward, one pixel a step, have vector bodies.
+    if (grey || srcFormat == dstFormat || row->dstStep != unit)
+        return;
+    const sConvRowBodies& bodies = ConvRowBodies(level);
+    const ConvBytesBody(&set)[2][2] = source == YUV_411   ? bodies.yuv411
+                                      : source == YUV_422 ? bodies.yuv422
+                                                          : bodies.yuv444;
+    const ConvBytesBody body = set[redFirst ? 1 : 0][fourBytes ? 1 : 0];
+    if (body == nullptr || !ConvLutIsIdentity8(lut))
+        return;
+    row->bytes = body;
+    if (redFirst)
+        row->convert = fourBytes ? VectorRow<0, 2, 4>(source) : VectorRow<0, 2, 3>(source);
+    else
+        row->convert = fourBytes ? VectorRow<2, 0, 4>(source) : VectorRow<2, 0, 3>(source);
+}
 
 CImgProcConvYUV::CImgProcConvYUV() {}
 
@@ -237,46 +336,10 @@ bool CImgProcConvYUV::OnConvert()
               "ImgProcConvYUV");
 
     const int32_t width = mRectDst.Width();
-    const uint32_t srcFormat = mpMemSrc->miPixelFormat;
-    const uint32_t dstFormat = mpMemDst->miPixelFormat;
-    // Any other destination, a different YUV format included, counts as
-    // three-byte blue-first.
-    const bool grey = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_MONO8);
-    const bool redFirst = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGBA8_PACKED) ||
-                          dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGB8_PACKED);
-    const bool fourBytes = dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_RGBA8_PACKED) ||
-                           dstFormat == static_cast<uint32_t>(KORVA_PIXTYPE_BGRA8_PACKED);
-
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
+    sYuvRow row;
+    PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row);
 
-    const eYuvSource source = srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV411_PACKED)   ? YUV_411
-                              : srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV422_PACKED) ? YUV_422
-                                                                                                : YUV_444;
-
-    // The 444 loops step miStepX whole pixels; the subsampled ones only take
-    // its direction, one unit (pixel, or group when the layout stays) at a time.
-    RowConverter convertRow;
-    std::ptrdiff_t unit;
-    if (srcFormat == dstFormat) {
-        static const RowConverter same[] = {Yuv411ToSame, Yuv422ToSame, Yuv444ToSame};
-        static const std::ptrdiff_t groupBytes[] = {6, 8, 3};
-        convertRow = same[source];
-        unit = groupBytes[source];
-    } else if (grey) {
-        static const RowConverter toGrey[] = {Yuv411ToGrey, Yuv422ToGrey, Yuv444ToGrey};
-        convertRow = toGrey[source];
-        unit = 1;
-    } else if (redFirst) {
-        convertRow = fourBytes ? ColourRow<0, 2, 4>(source) : ColourRow<0, 2, 3>(source);
-        unit = fourBytes ? 4 : 3;
-    } else {
-        convertRow = fourBytes ? ColourRow<2, 0, 4>(source) : ColourRow<2, 0, 3>(source);
-        unit = fourBytes ? 4 : 3;
-    }
-    const std::ptrdiff_t dstStep =
-        source == YUV_444 ? static_cast<std::ptrdiff_t>(miStepX) * unit : (miStepX < 1 ? -unit : unit);
-
-    const uint16_t* lut = mpImgProc->mpLUT[0];
     // Rows are counted signed: an empty or inverted rectangle visits none.
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
@@ -286,7 +349,7 @@ bool CImgProcConvYUV::OnConvert()
         // A missing row ends the run; the rows written so far stay.
         if (dst == nullptr || src == nullptr)
             return true;
-        convertRow(src, dst, width, dstStep, lut);
+        row.convert(src, dst, width, row);
     }
     return true;
 }

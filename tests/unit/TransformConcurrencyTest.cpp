@@ -16,8 +16,11 @@ struct Job {
     int destination_format;
 };
 
+// Deep sources are packed: their samples stay within the depth, whereas a
+// 16-bit word above it indexes table entries that no build writes and that
+// differ between fresh and reused objects.
 const Job kJobs[] = {
-    {KORVA_PIXTYPE_MONO12, KORVA_PIXTYPE_MONO8},
+    {KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO8},
     {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PACKED},
     {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGRA8_PACKED},
     {KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_RGB8_PACKED},

@@ -1,0 +1,95 @@
+#include "ImgProcConvRows.h"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+struct sLevels {
+    sConvRowBodies level[3];
+    sLevels()
+    {
+        std::memset(level, 0, sizeof level);
+        ConvRowBodiesAvx2(&level[1]);
+        // The wide level starts from the narrow one and replaces what it
+        // does better.
+        level[2] = level[1];
+        ConvRowBodiesAvx512(&level[2]);
+    }
+};
+
+// Register forms of the rounded rescales x * 255 / max + 0.5, found by
+// search and checked against the built tables on every use.
+const sConvRescale kRescales[] = {
+    {32672, 1, 1, 1023},
+    {8162, 1, 1, 4095},
+    {16321, 8, 4, 16383},
+    {65281, 128, 8, 65535},
+};
+const int kRescaleCount = sizeof kRescales / sizeof kRescales[0];
+
+// The entries each register form gives, for a plain comparison with a table.
+struct sRescaleTables {
+    std::vector<uint16_t> entries[kRescaleCount];
+    sRescaleTables()
+    {
+        for (int k = 0; k < kRescaleCount; ++k) {
+            const sConvRescale& r = kRescales[k];
+            entries[k].resize(static_cast<size_t>(r.max) + 1);
+            for (uint32_t x = 0; x <= r.max; ++x)
+                entries[k][x] = static_cast<uint16_t>((((x * r.mul) >> 16) + r.add) >> r.shift);
+        }
+    }
+};
+
+}  // namespace
+
+const sConvRowBodies& ConvRowBodies(KvCpuLevel level)
+{
+    static const sLevels levels;
+    return levels.level[static_cast<int>(level)];
+}
+
+int32_t ConvLargestSample(int32_t bppEff)
+{
+    switch (bppEff) {
+    case 10:
+        return 1023;
+    case 12:
+        return 4095;
+    case 14:
+        return 16383;
+    case 16:
+        return 65535;
+    default:
+        return 255;
+    }
+}
+
+bool ConvLutIsIdentity8(const uint16_t* lut)
+{
+    static const struct sIdentity {
+        uint16_t entries[256];
+        sIdentity()
+        {
+            for (int i = 0; i < 256; ++i)
+                entries[i] = static_cast<uint16_t>(i);
+        }
+    } identity;
+    return std::memcmp(lut, identity.entries, sizeof identity.entries) == 0;
+}
+
+bool ConvLutIsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r)
+{
+    for (int k = 0; k < kRescaleCount; ++k) {
+        if (kRescales[k].max != srcMax)
+            continue;
+        static const sRescaleTables tables;
+        const std::vector<uint16_t>& expected = tables.entries[k];
+        if (std::memcmp(lut, expected.data(), expected.size() * sizeof(uint16_t)) != 0)
+            return false;
+        *r = kRescales[k];
+        return true;
+    }
+    return false;
+}

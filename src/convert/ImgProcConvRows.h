@@ -1,0 +1,78 @@
+// Vector bodies of the converters' row loops, one set per instruction level.
+//
+// Each body does the leading part of a row that it can do in whole vectors
+// and returns how many pixels (or samples, groups) it did; the converter's
+// portable loop does the rest and stays the reference for every byte. A body
+// never reads or writes a byte outside what the portable loop reads or writes
+// for the same row. Bodies are only picked where the tables have the shape
+// they compute in registers; the shape is checked on every frame, entry by
+// entry, by the helpers at the end of this file.
+//
+// The ISA files include this header for its records alone: it holds no
+// inline code, so nothing here is compiled twice with different flags.
+#ifndef IMGPROC_CONV_ROWS_H
+#define IMGPROC_CONV_ROWS_H
+
+#include <cstdint>
+
+#include "KvCpu.h"
+
+// A table that is a rounded rescale to 8 bits, in registers:
+// entry(x) = (((x * mul) >> 16) + add) >> shift for every x up to max.
+struct sConvRescale {
+    uint16_t mul;
+    uint16_t add;
+    uint16_t shift;
+    uint16_t max;
+};
+
+typedef int32_t (*ConvBytesBody)(const unsigned char* src, unsigned char* dst, int32_t width);
+// 16-bit words to bytes through a rescale; a vector holding a word above max
+// is looked up in lut instead, as the portable loop does, or with a null lut
+// ends the body there.
+typedef int32_t (*ConvWordsBody)(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                                 const uint16_t* lut);
+// Packed mono groups of 3 bytes to two bytes each; returns groups done.
+typedef int32_t (*ConvUnpackBody)(const unsigned char* src, unsigned char* dst, int32_t groups,
+                                  const sConvRescale& r);
+
+struct sConvRowBodies {
+    // Bytes unchanged.
+    ConvBytesBody copy;
+    // 8-bit colour to grey with identity tables: (30 r + 60 g + 10 b) / 100
+    // by memory position. Index: four-byte source.
+    ConvBytesBody grey[2];
+    // 8-bit colour reorders with identity tables. Index: four-byte source,
+    // four-byte destination, reversed order.
+    ConvBytesBody reorder[2][2][2];
+    ConvWordsBody words8;
+    // Index: 0 for the 10-bit layout, 1 for the 12-bit one.
+    ConvUnpackBody unpack8[2];
+    // 4:2:2 (U Y V Y) to colour with an identity table. Index: red first,
+    // four bytes. Returns pixels done, a multiple of four.
+    ConvBytesBody yuv422[2][2];
+    // 4:4:4 (U Y V) and 4:1:1 (U Y Y V Y Y) likewise; 4:1:1 returns a
+    // multiple of four.
+    ConvBytesBody yuv444[2][2];
+    ConvBytesBody yuv411[2][2];
+};
+
+// The bodies of one level; every entry of the baseline set is null, and a
+// null entry of a higher level means the portable loop serves that path.
+const sConvRowBodies& ConvRowBodies(KvCpuLevel level);
+
+// Largest sample value of an effective depth, as the tables are built.
+int32_t ConvLargestSample(int32_t bppEff);
+
+// Entries 0..255 are 0..255.
+bool ConvLutIsIdentity8(const uint16_t* lut);
+// Entries 0..srcMax are the rescale to 8 bits that createLookUpTables gives
+// with gain 1 and gamma 1; fills *r with its register form. False for
+// depths without a register form.
+bool ConvLutIsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r);
+
+// The ISA files' sets, filled in where they are compiled.
+void ConvRowBodiesAvx2(sConvRowBodies* bodies);
+void ConvRowBodiesAvx512(sConvRowBodies* bodies);
+
+#endif

@@ -1,0 +1,487 @@
+// AVX2 bodies of the converters' rows. Everything here stays in its own
+// namespace so that no code compiled with these flags can stand in for a
+// baseline copy.
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "ImgProcConvRows.h"
+
+namespace convrows_avx2 {
+namespace {
+
+// Grey is (30 a + 60 b + 10 c) / 100 = (3 a + 6 b + c) / 10; the sum stays
+// below 2551, where (k * 6554) >> 16 is k / 10.
+const short kTenth = 6554;
+
+// Steps of `step` pixels that each need `room` pixels of the row run back to
+// back; the last one moves back to end where the row's room ends, redoing a
+// few pixels with the same bytes, so the portable loop is left at most
+// room - step pixels instead of nearly a whole step. Returns false when done.
+inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
+{
+    const int32_t last = n - room;
+    if (x <= last)
+        return true;
+    if (last < 0 || x >= last + step)
+        return false;
+    x = last;
+    return true;
+}
+
+inline __m256i Loadu(const unsigned char* p)
+{
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+inline void Storeu(unsigned char* p, __m256i v)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+inline __m256i Loadu2(const unsigned char* lo, const unsigned char* hi)
+{
+    return _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lo))),
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
+}
+
+inline void Store128(unsigned char* p, __m128i v)
+{
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
+}
+
+// Same 16-byte pattern in both lanes.
+inline __m256i Lanes(const signed char (&b)[16])
+{
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b));
+    return _mm256_broadcastsi128_si256(v);
+}
+
+// --- grey -------------------------------------------------------------------
+
+int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kPick[16] = {0, 1, 3, 4, 6, 7, 9, 10, 2, -1, 5, -1, 8, -1, 11, -1};
+    static const signed char kWeight[16] = {3, 6, 3, 6, 3, 6, 3, 6, 1, 0, 1, 0, 1, 0, 1, 0};
+    const __m256i pick = Lanes(kPick);
+    const __m256i weight = Lanes(kWeight);
+    const __m256i tenth = _mm256_set1_epi16(kTenth);
+    int32_t x = 0;
+    // Sixteen pixels from four 16-byte loads of which 12 bytes count; the
+    // last load reaches 4 bytes further.
+    for (; NextStep(x, width, 18, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        __m256i a = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Loadu2(s, s + 24), pick), weight);
+        __m256i b = _mm256_maddubs_epi16(_mm256_shuffle_epi8(Loadu2(s + 12, s + 36), pick), weight);
+        a = _mm256_add_epi16(a, _mm256_srli_si256(a, 8));
+        b = _mm256_add_epi16(b, _mm256_srli_si256(b, 8));
+        __m256i q = _mm256_mulhi_epu16(_mm256_unpacklo_epi64(a, b), tenth);
+        q = _mm256_permute4x64_epi64(_mm256_packus_epi16(q, q), _MM_SHUFFLE(3, 1, 2, 0));
+        Store128(dst + x, _mm256_castsi256_si128(q));
+    }
+    return x;
+}
+
+int32_t Grey4(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m256i weight = _mm256_set1_epi32(0x00010603);
+    const __m256i ones = _mm256_set1_epi16(1);
+    const __m256i tenth = _mm256_set1_epi16(kTenth);
+    const __m256i order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+    int32_t x = 0;
+    for (; NextStep(x, width, 16, 16); x += 16) {
+        const unsigned char* s = src + 4 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = _mm256_madd_epi16(_mm256_maddubs_epi16(Loadu(s), weight), ones);
+        const __m256i b = _mm256_madd_epi16(_mm256_maddubs_epi16(Loadu(s + 32), weight), ones);
+        __m256i q = _mm256_mulhi_epu16(_mm256_packs_epi32(a, b), tenth);
+        q = _mm256_permutevar8x32_epi32(_mm256_packus_epi16(q, q), order);
+        Store128(dst + x, _mm256_castsi256_si128(q));
+    }
+    return x;
+}
+
+// --- reorders ----------------------------------------------------------------
+
+int32_t Copy(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    std::memcpy(dst, src, static_cast<size_t>(width));
+    return width;
+}
+
+int32_t SameOrder3(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    std::memcpy(dst, src, 3 * static_cast<size_t>(width));
+    return width;
+}
+
+int32_t SameOrder4(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    std::memcpy(dst, src, 4 * static_cast<size_t>(width));
+    return width;
+}
+
+// Five pixels a lane; the sixteenth byte of each store is rewritten by the
+// next one.
+int32_t Reverse3(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kSwap[16] = {2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 14, 13, 12, 15};
+    const __m256i swap = Lanes(kSwap);
+    int32_t x = 0;
+    for (; NextStep(x, width, 11, 10); x += 10) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        unsigned char* d = dst + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i v = _mm256_shuffle_epi8(Loadu2(s, s + 15), swap);
+        Store128(d, _mm256_castsi256_si128(v));
+        Store128(d + 15, _mm256_extracti128_si256(v, 1));
+    }
+    return x;
+}
+
+template <bool Reversed>
+int32_t ThreeToFour(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    signed char pick[16];
+    for (int j = 0; j < 16; ++j) {
+        const int p = j / 4, c = j % 4;
+        pick[j] = static_cast<signed char>(c == 3 ? -1 : 3 * p + (Reversed ? 2 - c : c));
+    }
+    const __m256i shuffle = Lanes(pick);
+    const __m256i opaque = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
+    int32_t x = 0;
+    for (; NextStep(x, width, 10, 8); x += 8) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i v = _mm256_or_si256(_mm256_shuffle_epi8(Loadu2(s, s + 12), shuffle), opaque);
+        Storeu(dst + 4 * static_cast<std::ptrdiff_t>(x), v);
+    }
+    return x;
+}
+
+template <bool Reversed>
+int32_t FourToThree(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    signed char pick[16];
+    for (int j = 0; j < 16; ++j) {
+        const int p = j / 3, c = j % 3;
+        pick[j] = static_cast<signed char>(j >= 12 ? -1 : 4 * p + (Reversed ? 2 - c : c));
+    }
+    const __m256i shuffle = Lanes(pick);
+    int32_t x = 0;
+    for (; NextStep(x, width, 10, 8); x += 8) {
+        const __m256i v = _mm256_shuffle_epi8(Loadu(src + 4 * static_cast<std::ptrdiff_t>(x)), shuffle);
+        unsigned char* d = dst + 3 * static_cast<std::ptrdiff_t>(x);
+        Store128(d, _mm256_castsi256_si128(v));
+        Store128(d + 12, _mm256_extracti128_si256(v, 1));
+    }
+    return x;
+}
+
+int32_t Reverse4(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kSwap[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
+    const __m256i swap = Lanes(kSwap);
+    int32_t x = 0;
+    for (; NextStep(x, width, 8, 8); x += 8)
+        Storeu(dst + 4 * static_cast<std::ptrdiff_t>(x),
+               _mm256_shuffle_epi8(Loadu(src + 4 * static_cast<std::ptrdiff_t>(x)), swap));
+    return x;
+}
+
+// --- 16-bit words to bytes -----------------------------------------------------
+
+inline __m256i Rescale(__m256i v, __m256i mul, __m256i add, __m128i shift)
+{
+    return _mm256_srl_epi16(_mm256_add_epi16(_mm256_mulhi_epu16(v, mul), add), shift);
+}
+
+int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+               const uint16_t* lut)
+{
+    const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
+    const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
+    const __m256i limit = _mm256_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    int32_t x = 0;
+    for (; NextStep(x, count, 32, 32); x += 32) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu(s);
+        const __m256i b = Loadu(s + 32);
+        const __m256i over = _mm256_or_si256(_mm256_subs_epu16(a, limit), _mm256_subs_epu16(b, limit));
+        if (!_mm256_testz_si256(over, over)) {
+            // A word above the depth indexes the table as it stands; without
+            // a table the portable loop takes over from here.
+            if (lut == nullptr)
+                return x;
+            for (int k = 0; k < 32; ++k) {
+                uint16_t w;
+                std::memcpy(&w, s + 2 * k, 2);
+                dst[x + k] = static_cast<unsigned char>(lut[w]);
+            }
+            continue;
+        }
+        const __m256i bytes = _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        Storeu(dst + x, _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)));
+    }
+    return x;
+}
+
+// --- packed mono ----------------------------------------------------------------
+
+// Words b0:b1 for the first pixel of a group and b2:b1 for the second; the
+// sample is the high byte shifted up plus the low bits of b1 the layout
+// gives it (bits 0..3 resp. 4..7, two of them in the 10-bit layout).
+template <int Shift>
+inline __m256i Unpack(__m256i words)
+{
+    const int lowMask = Shift == 4 ? 15 : 3;
+    const __m256i even = _mm256_set1_epi32(lowMask);
+    const __m256i odd = _mm256_set1_epi32(lowMask << 16);
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(words, 8 - Shift), _mm256_set1_epi16(0xFF << Shift));
+    const __m256i low = _mm256_or_si256(_mm256_and_si256(words, even),
+                                        _mm256_and_si256(_mm256_srli_epi16(words, 4), odd));
+    return _mm256_or_si256(high, low);
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
+    const __m256i pick = Lanes(kPick);
+    const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
+    const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    int32_t g = 0;
+    // Sixteen groups from four 16-byte loads of 12 useful bytes each.
+    for (; NextStep(g, groups, 18, 16); g += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
+        const __m256i a = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick));
+        const __m256i b = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick));
+        const __m256i bytes = _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        Storeu(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)));
+    }
+    return g;
+}
+
+// --- 4:2:2 to colour ---------------------------------------------------------------
+
+// Red, green and blue of sixteen pixels as signed words, before saturation.
+// The chroma terms are the fixed-point products of the portable loop split
+// so that every product fits 16 bits and every floor is the same.
+inline void Yuv422Colours(__m256i in, __m256i& red, __m256i& green, __m256i& blue)
+{
+    const __m256i luma = _mm256_srli_epi16(in, 8);
+    const __m256i chroma = _mm256_sub_epi16(_mm256_and_si256(in, _mm256_set1_epi16(0xFF)), _mm256_set1_epi16(127));
+    const __m256i u = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(chroma, 0xA0), 0xA0);
+    const __m256i v = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(chroma, 0xF5), 0xF5);
+    // v * 91947 >> 16 = v + (v * 26411 >> 16); u * 116195 >> 16 = 2u + (u * -14877 >> 16).
+    const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, _mm256_set1_epi16(26411)));
+    const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, _mm256_set1_epi16(-14877)));
+    // (u * 22544 + v * 46791) >> 16 = v + ((u * 22544 - v * 18745) >> 16).
+    const __m256i mixed = _mm256_madd_epi16(chroma, _mm256_set1_epi32(static_cast<int>(0xB6C75810u)));
+    const __m256i greenTerm =
+        _mm256_add_epi16(v, _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(mixed, 0xF5), 0xF5));
+    red = _mm256_add_epi16(luma, redTerm);
+    green = _mm256_sub_epi16(luma, greenTerm);
+    blue = _mm256_add_epi16(luma, blueTerm);
+}
+
+// Red, green and blue from luma and centred chroma words of each pixel.
+inline void Colours(__m256i luma, __m256i u, __m256i v, __m256i& red, __m256i& green, __m256i& blue)
+{
+    const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, _mm256_set1_epi16(26411)));
+    const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, _mm256_set1_epi16(-14877)));
+    const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m256i low = _mm256_srai_epi32(_mm256_madd_epi16(_mm256_unpacklo_epi16(u, v), weights), 16);
+    const __m256i high = _mm256_srai_epi32(_mm256_madd_epi16(_mm256_unpackhi_epi16(u, v), weights), 16);
+    const __m256i greenTerm = _mm256_add_epi16(v, _mm256_packs_epi32(low, high));
+    red = _mm256_add_epi16(luma, redTerm);
+    green = _mm256_sub_epi16(luma, greenTerm);
+    blue = _mm256_add_epi16(luma, blueTerm);
+}
+
+// Stores sixteen pixels (words in pixel order, eight a lane) as colour
+// pixels: Red and Blue are the byte offsets of the outer samples, alpha 0.
+template <int Red, int Blue, int Bytes>
+struct sColourStore {
+    __m256i rg0, rg1, b0, b1;
+    sColourStore()
+    {
+        // Byte j of a lane's 8 pixels comes from the red/green register (red
+        // in bytes 0..7, green in 8..15) or the blue one (blue in 0..7).
+        signed char pickRG[2][16], pickB[2][16];
+        for (int j = 0; j < 32; ++j) {
+            const int p = j / Bytes, c = j % Bytes;
+            signed char rg = -1, b = -1;
+            if (j < 8 * Bytes) {
+                if (c == Red)
+                    rg = static_cast<signed char>(p);
+                else if (c == 1)
+                    rg = static_cast<signed char>(8 + p);
+                else if (c == Blue)
+                    b = static_cast<signed char>(p);
+            }
+            pickRG[j / 16][j % 16] = rg;
+            pickB[j / 16][j % 16] = b;
+        }
+        rg0 = Lanes(pickRG[0]);
+        rg1 = Lanes(pickRG[1]);
+        b0 = Lanes(pickB[0]);
+        b1 = Lanes(pickB[1]);
+    }
+    void Store(unsigned char* d, __m256i red, __m256i green, __m256i blue) const
+    {
+        const __m256i rg = _mm256_packus_epi16(red, green);
+        const __m256i bz = _mm256_packus_epi16(blue, _mm256_setzero_si256());
+        const __m256i first = _mm256_or_si256(_mm256_shuffle_epi8(rg, rg0), _mm256_shuffle_epi8(bz, b0));
+        const __m256i second = _mm256_or_si256(_mm256_shuffle_epi8(rg, rg1), _mm256_shuffle_epi8(bz, b1));
+        if (Bytes == 4) {
+            Storeu(d, _mm256_permute2x128_si256(first, second, 0x20));
+            Storeu(d + 32, _mm256_permute2x128_si256(first, second, 0x31));
+        } else {
+            Store128(d, _mm256_castsi256_si128(first));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 16), _mm256_castsi256_si128(second));
+            Store128(d + 24, _mm256_extracti128_si256(first, 1));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(d + 40), _mm256_extracti128_si256(second, 1));
+        }
+    }
+};
+
+template <int Red, int Blue, int Bytes>
+int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const sColourStore<Red, Blue, Bytes> out;
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 16, 16); x += 16) {
+        __m256i red, green, blue;
+        Yuv422Colours(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
+        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x & ~3;  // the portable loop redoes a last half block whole
+}
+
+// Words of one sample of eight pixels a lane; each lane's 24 bytes come
+// from two overlapping 16-byte windows, bytes 0..15 and 8..23.
+struct sYuv444Pick {
+    __m256i first[3], second[3];  // u, y, v
+    sYuv444Pick()
+    {
+        for (int k = 0; k < 3; ++k) {
+            signed char a[16], b[16];
+            for (int j = 0; j < 16; ++j) {
+                const int o = 3 * (j / 2) + k;
+                const bool sample = (j & 1) == 0;
+                a[j] = static_cast<signed char>(sample && o < 16 ? o : -1);
+                b[j] = static_cast<signed char>(sample && o >= 16 ? o - 8 : -1);
+            }
+            first[k] = Lanes(a);
+            second[k] = Lanes(b);
+        }
+    }
+};
+
+template <int Red, int Blue, int Bytes>
+int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sYuv444Pick pick;
+    const sColourStore<Red, Blue, Bytes> out;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    int32_t x = 0;
+    for (; NextStep(x, width, 16, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu2(s, s + 24);
+        const __m256i b = Loadu2(s + 8, s + 32);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm256_or_si256(_mm256_shuffle_epi8(a, pick.first[k]), _mm256_shuffle_epi8(b, pick.second[k]));
+        __m256i red, green, blue;
+        Colours(c[1], _mm256_sub_epi16(c[0], neutral), _mm256_sub_epi16(c[2], neutral), red, green, blue);
+        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// Groups of U Y Y V Y Y, 32 pixels a step: lane 0 of the two source
+// registers holds groups 0, 1 and 4, 5, lane 1 groups 2, 3 and 6, 7, so the
+// chroma terms are computed once a group, for eight groups in one register,
+// and spread to their pixels inside each lane.
+template <int Red, int Blue, int Bytes>
+int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kLuma[16] = {1, -1, 2, -1, 4, -1, 5, -1, 7, -1, 8, -1, 10, -1, 11, -1};
+    // Chroma words u, v of the lane's first two groups, then (from the
+    // second register) of its last two.
+    static const signed char kChromaFirst[16] = {0, -1, 3, -1, 6, -1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+    static const signed char kChromaSecond[16] = {-1, -1, -1, -1, -1, -1, -1, -1, 0, -1, 3, -1, 6, -1, 9, -1};
+    // A group's term word (word g of the lane) to its four pixels; half h
+    // takes groups 2h and 2h + 1.
+    static const signed char kSpread[2][16] = {{0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5},
+                                               {8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13}};
+    static const signed char kSpreadHigh[2][16] = {{2, 3, 2, 3, 2, 3, 2, 3, 6, 7, 6, 7, 6, 7, 6, 7},
+                                                   {10, 11, 10, 11, 10, 11, 10, 11, 14, 15, 14, 15, 14, 15, 14, 15}};
+    const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
+    const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
+    const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
+    const sColourStore<Red, Blue, Bytes> out;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    // Four 16-byte loads of which 12 bytes count: 36 pixels of room.
+    for (; NextStep(x, whole, 36, 32); x += 32) {
+        const unsigned char* s = src + (x / 4) * 6;
+        const __m256i in[2] = {Loadu2(s, s + 12), Loadu2(s + 24, s + 36)};
+        // Words u', v' per group: u at even, v at odd words.
+        const __m256i chroma = _mm256_sub_epi16(
+            _mm256_or_si256(_mm256_shuffle_epi8(in[0], pickFirst), _mm256_shuffle_epi8(in[1], pickSecond)), neutral);
+        // Per group: red term at the v word, blue term at the u word, green
+        // correction in the dword's high word.
+        const __m256i redTerm = _mm256_add_epi16(chroma, _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(26411)));
+        const __m256i blueTerm =
+            _mm256_add_epi16(_mm256_add_epi16(chroma, chroma), _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(-14877)));
+        const __m256i greenTerm = _mm256_add_epi16(_mm256_srli_epi32(chroma, 16),
+                                                   _mm256_srli_epi32(_mm256_madd_epi16(chroma, weights), 16));
+        for (int h = 0; h < 2; ++h) {
+            const __m256i luma = _mm256_shuffle_epi8(in[h], pickLuma);
+            const __m256i red = _mm256_add_epi16(luma, _mm256_shuffle_epi8(redTerm, spreadHigh[h]));
+            const __m256i green = _mm256_sub_epi16(luma, _mm256_shuffle_epi8(greenTerm, spread[h]));
+            const __m256i blue = _mm256_add_epi16(luma, _mm256_shuffle_epi8(blueTerm, spread[h]));
+            out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x + 16 * h), red, green, blue);
+        }
+    }
+    return x;
+}
+
+}  // namespace
+}  // namespace convrows_avx2
+
+void ConvRowBodiesAvx2(sConvRowBodies* b)
+{
+    using namespace convrows_avx2;
+    b->copy = Copy;
+    b->grey[0] = Grey3;
+    b->grey[1] = Grey4;
+    b->reorder[0][0][0] = SameOrder3;
+    b->reorder[0][0][1] = Reverse3;
+    b->reorder[0][1][0] = ThreeToFour<false>;
+    b->reorder[0][1][1] = ThreeToFour<true>;
+    b->reorder[1][0][0] = FourToThree<false>;
+    b->reorder[1][0][1] = FourToThree<true>;
+    b->reorder[1][1][0] = SameOrder4;
+    b->reorder[1][1][1] = Reverse4;
+    b->words8 = Words8;
+    b->unpack8[0] = Unpack8<2>;
+    b->unpack8[1] = Unpack8<4>;
+    b->yuv422[0][0] = Yuv422<2, 0, 3>;
+    b->yuv422[0][1] = Yuv422<2, 0, 4>;
+    b->yuv422[1][0] = Yuv422<0, 2, 3>;
+    b->yuv422[1][1] = Yuv422<0, 2, 4>;
+    b->yuv444[0][0] = Yuv444<2, 0, 3>;
+    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[1][0] = Yuv444<0, 2, 3>;
+    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv411[0][0] = Yuv411<2, 0, 3>;
+    b->yuv411[0][1] = Yuv411<2, 0, 4>;
+    b->yuv411[1][0] = Yuv411<0, 2, 3>;
+    b->yuv411[1][1] = Yuv411<0, 2, 4>;
+}

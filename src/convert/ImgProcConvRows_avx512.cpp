@@ -1,0 +1,463 @@
+// AVX-512 (F, BW, VL, VBMI) bodies of the converters' rows. Byte permutes
+// over whole registers replace the lane-bound shuffles of the AVX2 file.
+// Loads and stores are whole registers (masked ones measured far slower on
+// frames beyond the cache), so each loop keeps the room its last access
+// needs. Own namespace, as for every ISA file.
+// GCC 12's AVX-512 intrinsics start some results from a deliberately
+// undefined register and then report it as maybe uninitialised.
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "ImgProcConvRows.h"
+
+namespace convrows_avx512 {
+namespace {
+
+const short kTenth = 6554;  // (k * 6554) >> 16 = k / 10 below 2551
+
+// Steps of `step` pixels that each need `room` pixels of the row run back to
+// back; the last one moves back to end where the row's room ends, redoing a
+// few pixels with the same bytes, so the portable loop is left at most
+// room - step pixels instead of nearly a whole step. Returns false when done.
+inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
+{
+    const int32_t last = n - room;
+    if (x <= last)
+        return true;
+    if (last < 0 || x >= last + step)
+        return false;
+    x = last;
+    return true;
+}
+
+inline __m512i Table(const unsigned char (&b)[64])
+{
+    return _mm512_loadu_si512(b);
+}
+
+// --- grey -------------------------------------------------------------------
+
+// Sixteen pixels of three bytes into words 0..15 = 3 a + 6 b and 16..31 = c.
+inline __m512i GreyHalves(const unsigned char* s, __m512i pick, __m512i weight)
+{
+    const __m512i v =
+        _mm512_maskz_permutexvar_epi8(0x5555555500000000ull | 0xFFFFFFFFull, pick, _mm512_loadu_si512(s));
+    return _mm512_maddubs_epi16(v, weight);
+}
+
+inline __m512i GreySums(const unsigned char* s, __m512i pick, __m512i weight)
+{
+    const __m512i m0 = GreyHalves(s, pick, weight);
+    const __m512i m1 = GreyHalves(s + 48, pick, weight);
+    return _mm512_add_epi16(_mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(1, 0, 1, 0)),
+                            _mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(3, 2, 3, 2)));
+}
+
+int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    unsigned char pick[64], weight[64];
+    for (int j = 0; j < 64; ++j) {
+        const int p = j < 32 ? j / 2 : (j - 32) / 2;
+        pick[j] = static_cast<unsigned char>(j < 32 ? 3 * p + (j & 1) : 3 * p + 2);
+        weight[j] = static_cast<unsigned char>(j < 32 ? ((j & 1) ? 6 : 3) : ((j & 1) ? 0 : 1));
+    }
+    const __m512i vpick = Table(pick), vweight = Table(weight);
+    const __m512i tenth = _mm512_set1_epi16(kTenth);
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    int32_t x = 0;
+    // Whole-register loads, cheaper than masked ones, take 48 bytes each and
+    // reach 16 further: 70 and 38 pixels of room.
+    for (; x + 70 <= width; x += 64) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_mulhi_epu16(GreySums(s, vpick, vweight), tenth);
+        const __m512i b = _mm512_mulhi_epu16(GreySums(s + 96, vpick, vweight), tenth);
+        _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, _mm512_packus_epi16(a, b)));
+    }
+    for (; NextStep(x, width, 38, 32); x += 32) {
+        const __m512i a = _mm512_mulhi_epu16(GreySums(src + 3 * static_cast<std::ptrdiff_t>(x), vpick, vweight), tenth);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(a));
+    }
+    return x;
+}
+
+int32_t Grey4(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i weight = _mm512_set1_epi32(0x00010603);
+    const __m512i ones = _mm512_set1_epi16(1);
+    const __m512i tenth = _mm512_set1_epi16(kTenth);
+    // Dword m of the packed result holds pixels 4m..4m+3 after this.
+    const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+    int32_t x = 0;
+    for (; NextStep(x, width, 64, 64); x += 64) {
+        const unsigned char* s = src + 4 * static_cast<std::ptrdiff_t>(x);
+        __m512i k[4];
+        for (int i = 0; i < 4; ++i)
+            k[i] = _mm512_madd_epi16(_mm512_maddubs_epi16(_mm512_loadu_si512(s + 64 * i), weight), ones);
+        const __m512i q01 = _mm512_mulhi_epu16(_mm512_packus_epi32(k[0], k[1]), tenth);
+        const __m512i q23 = _mm512_mulhi_epu16(_mm512_packus_epi32(k[2], k[3]), tenth);
+        _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(q01, q23)));
+    }
+    return x;
+}
+
+// --- reorders: one byte permute per step ---------------------------------------
+
+// 64 pixels a step: Src consecutive source registers in, Dst destination
+// registers out, each out of a two-register permute over source registers
+// first[k] and first[k] + 1 (and, for the few bytes of a reversed 3-byte
+// pixel that straddle both boundaries, one more from first[k] + 2).
+// Consecutive whole registers measured faster than one register a pixel
+// group, whose loads straddle cache lines.
+struct sPermute {
+    int first[4];
+    unsigned char index[4][64];
+    unsigned char opaque[4][64];  // ORed into the result
+    unsigned char third[4][64];
+    __mmask64 fromThird[4];
+};
+
+// Src/Dst pixel sizes and the reversal make the index of every output byte.
+template <int Src, int Dst, bool Reversed>
+const sPermute& PermuteOf()
+{
+    static const sPermute table = [] {
+        sPermute t = {};
+        for (int k = 0; k < Dst; ++k) {
+            int from[64];
+            int lowest = 4 * 64;
+            for (int j = 0; j < 64; ++j) {
+                const int p = (64 * k + j) / Dst, c = (64 * k + j) % Dst;
+                from[j] = -1;  // a filled alpha: any byte will do
+                if (c != 3)
+                    from[j] = Src * p + (Reversed ? 2 - c : c);
+                else if (Src == 4)
+                    from[j] = 4 * p + 3;
+                else
+                    t.opaque[k][j] = 0xFF;
+                if (from[j] >= 0 && from[j] < lowest)
+                    lowest = from[j];
+            }
+            const int first = lowest / 64 < Src - 2 ? lowest / 64 : Src - 2;
+            t.first[k] = first;
+            for (int j = 0; j < 64; ++j) {
+                const int at = from[j] < 0 ? 64 * first : from[j];
+                if (at >= 64 * (first + 2)) {
+                    t.fromThird[k] |= __mmask64(1) << j;
+                    t.third[k][j] = static_cast<unsigned char>(at - 64 * (first + 2));
+                } else {
+                    t.index[k][j] = static_cast<unsigned char>(at - 64 * first);
+                }
+            }
+        }
+        return t;
+    }();
+    return table;
+}
+
+template <int Src, int Dst, bool Reversed>
+int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const sPermute& t = PermuteOf<Src, Dst, Reversed>();
+    __m512i index[Dst], opaque[Dst], third[Dst];
+    for (int k = 0; k < Dst; ++k) {
+        index[k] = Table(t.index[k]);
+        opaque[k] = Table(t.opaque[k]);
+        third[k] = Table(t.third[k]);
+    }
+    int32_t x = 0;
+    for (; NextStep(x, width, 64, 64); x += 64) {
+        const unsigned char* s = src + Src * static_cast<std::ptrdiff_t>(x);
+        unsigned char* d = dst + Dst * static_cast<std::ptrdiff_t>(x);
+        __m512i in[Src];
+        for (int k = 0; k < Src; ++k)
+            in[k] = _mm512_loadu_si512(s + 64 * k);
+        for (int k = 0; k < Dst; ++k) {
+            const int f = t.first[k];
+            __m512i v = _mm512_permutex2var_epi8(in[f], index[k], in[f + 1]);
+            if (t.fromThird[k] != 0)
+                v = _mm512_mask_permutexvar_epi8(v, t.fromThird[k], third[k], in[f + 2 < Src ? f + 2 : f]);
+            _mm512_storeu_si512(d + 64 * k, Src == 4 && Dst == 4 ? v : _mm512_or_si512(v, opaque[k]));
+        }
+    }
+    return x;
+}
+
+// --- 16-bit words to bytes -----------------------------------------------------
+
+inline __m512i Rescale(__m512i v, __m512i mul, __m512i add, __m128i shift)
+{
+    return _mm512_srl_epi16(_mm512_add_epi16(_mm512_mulhi_epu16(v, mul), add), shift);
+}
+
+int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+               const uint16_t* lut)
+{
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m512i limit = _mm512_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    int32_t x = 0;
+    for (; NextStep(x, count, 64, 64); x += 64) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_cmpgt_epu16_mask(b, limit)) != 0) {
+            // A word above the depth indexes the table as it stands; without
+            // a table the portable loop takes over from here.
+            if (lut == nullptr)
+                return x;
+            for (int k = 0; k < 64; ++k) {
+                uint16_t w;
+                std::memcpy(&w, s + 2 * k, 2);
+                dst[x + k] = static_cast<unsigned char>(lut[w]);
+            }
+            continue;
+        }
+        const __m512i bytes = _mm512_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, bytes));
+    }
+    return x;
+}
+
+// --- packed mono ----------------------------------------------------------------
+
+template <int Shift>
+inline __m512i Unpack(__m512i words)
+{
+    const int lowMask = Shift == 4 ? 15 : 3;
+    const __m512i high = _mm512_and_si512(_mm512_srli_epi16(words, 8 - Shift), _mm512_set1_epi16(0xFF << Shift));
+    // Low bits of b1: bits 0.. for the first pixel of a group, 4.. for the second.
+    const __m512i low = _mm512_and_si512(_mm512_srlv_epi16(words, _mm512_set1_epi32(4 << 16)),
+                                         _mm512_set1_epi16(lowMask));
+    return _mm512_or_si512(high, low);
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    unsigned char pick[64];
+    for (int j = 0; j < 64; ++j) {
+        const int g = j / 4, k = j % 4;
+        static const int kFrom[4] = {1, 0, 1, 2};  // b0:b1 and b2:b1 as little-endian words
+        pick[j] = static_cast<unsigned char>(3 * g + kFrom[k]);
+    }
+    const __m512i vpick = Table(pick);
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    int32_t g = 0;
+    // Whole-register loads of which 48 bytes count: 38 groups of room.
+    for (; NextStep(g, groups, 38, 32); g += 32) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
+        const __m512i a = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s)));
+        const __m512i b = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s + 48)));
+        const __m512i bytes = _mm512_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        _mm512_storeu_si512(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm512_permutexvar_epi64(order, bytes));
+    }
+    return g;
+}
+
+// --- 4:2:2 to colour ---------------------------------------------------------------
+
+// As in the AVX2 file: the portable fixed-point terms split so that every
+// product fits 16 bits and every floor stays the same.
+inline void Yuv422Colours(__m512i in, __m512i& red, __m512i& green, __m512i& blue)
+{
+    const __m512i luma = _mm512_srli_epi16(in, 8);
+    const __m512i chroma = _mm512_sub_epi16(_mm512_and_si512(in, _mm512_set1_epi16(0xFF)), _mm512_set1_epi16(127));
+    const __m512i u = _mm512_shufflehi_epi16(_mm512_shufflelo_epi16(chroma, 0xA0), 0xA0);
+    const __m512i v = _mm512_shufflehi_epi16(_mm512_shufflelo_epi16(chroma, 0xF5), 0xF5);
+    const __m512i redTerm = _mm512_add_epi16(v, _mm512_mulhi_epi16(v, _mm512_set1_epi16(26411)));
+    const __m512i blueTerm = _mm512_add_epi16(_mm512_add_epi16(u, u), _mm512_mulhi_epi16(u, _mm512_set1_epi16(-14877)));
+    const __m512i mixed = _mm512_madd_epi16(chroma, _mm512_set1_epi32(static_cast<int>(0xB6C75810u)));
+    const __m512i greenTerm =
+        _mm512_add_epi16(v, _mm512_shufflehi_epi16(_mm512_shufflelo_epi16(mixed, 0xF5), 0xF5));
+    red = _mm512_add_epi16(luma, redTerm);
+    green = _mm512_sub_epi16(luma, greenTerm);
+    blue = _mm512_add_epi16(luma, blueTerm);
+}
+
+// Red, green and blue from luma and centred chroma words of each pixel.
+inline void Colours(__m512i luma, __m512i u, __m512i v, __m512i& red, __m512i& green, __m512i& blue)
+{
+    const __m512i redTerm = _mm512_add_epi16(v, _mm512_mulhi_epi16(v, _mm512_set1_epi16(26411)));
+    const __m512i blueTerm = _mm512_add_epi16(_mm512_add_epi16(u, u), _mm512_mulhi_epi16(u, _mm512_set1_epi16(-14877)));
+    const __m512i weights = _mm512_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m512i low = _mm512_srai_epi32(_mm512_madd_epi16(_mm512_unpacklo_epi16(u, v), weights), 16);
+    const __m512i high = _mm512_srai_epi32(_mm512_madd_epi16(_mm512_unpackhi_epi16(u, v), weights), 16);
+    const __m512i greenTerm = _mm512_add_epi16(v, _mm512_packs_epi32(low, high));
+    red = _mm512_add_epi16(luma, redTerm);
+    green = _mm512_sub_epi16(luma, greenTerm);
+    blue = _mm512_add_epi16(luma, blueTerm);
+}
+
+// Stores 32 pixels (words in pixel order) as colour pixels: Red and Blue are
+// the byte offsets of the outer samples, alpha 0.
+template <int Red, int Blue, int PixelBytes>
+struct sColourStore {
+    unsigned char index[2][64];
+    sColourStore()
+    {
+        // Sources: red/green register (lane l: red 16l.., green 16l+8..) as
+        // bytes 0..63, blue register (lane l: blue 16l.., zeros 16l+8..) as
+        // 64..127.
+        for (int j = 0; j < 128; ++j) {
+            const int p = j / PixelBytes, c = j % PixelBytes;
+            const int lane = (p % 32) / 8, k = p % 8;
+            int from = 64 + 16 * lane + 8;  // a zero
+            if (c == Red)
+                from = 16 * lane + k;
+            else if (c == 1)
+                from = 16 * lane + 8 + k;
+            else if (c == Blue)
+                from = 64 + 16 * lane + k;
+            index[j / 64][j % 64] = static_cast<unsigned char>(j < 32 * PixelBytes ? from : 0);
+        }
+    }
+    void Store(unsigned char* d, __m512i red, __m512i green, __m512i blue) const
+    {
+        const __m512i rg = _mm512_packus_epi16(red, green);
+        const __m512i bz = _mm512_packus_epi16(blue, _mm512_setzero_si512());
+        _mm512_storeu_si512(d, _mm512_permutex2var_epi8(rg, Table(index[0]), bz));
+        const __m512i rest = _mm512_permutex2var_epi8(rg, Table(index[1]), bz);
+        if (PixelBytes == 4)
+            _mm512_storeu_si512(d + 64, rest);
+        else
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d + 64), _mm512_castsi512_si256(rest));
+    }
+};
+
+template <int Red, int Blue, int PixelBytes>
+int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sColourStore<Red, Blue, PixelBytes> out;
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 32, 32); x += 32) {
+        __m512i red, green, blue;
+        Yuv422Colours(_mm512_loadu_si512(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x & ~3;  // the portable loop redoes a last half block whole
+}
+
+// Zero-extended words of one sample of 32 pixels picked from 128 bytes.
+struct sSamplePick {
+    unsigned char index[3][64];  // u, y, v
+};
+
+// 4:4:4: the second register holds bytes 32..95, so nothing past the 96
+// bytes of 32 pixels is read.
+const sSamplePick& Yuv444Pick()
+{
+    static const sSamplePick pick = [] {
+        sSamplePick t;
+        for (int k = 0; k < 3; ++k)
+            for (int p = 0; p < 32; ++p) {
+                const int o = 3 * p + k;
+                t.index[k][2 * p] = static_cast<unsigned char>(o < 64 ? o : 64 + o - 32);
+                t.index[k][2 * p + 1] = 0;
+            }
+        return t;
+    }();
+    return pick;
+}
+
+// 4:1:1: eight groups of U Y Y V Y Y in 48 bytes.
+const sSamplePick& Yuv411Pick()
+{
+    static const sSamplePick pick = [] {
+        sSamplePick t;
+        static const int kLuma[4] = {1, 2, 4, 5};
+        for (int p = 0; p < 32; ++p) {
+            const int g = 6 * (p / 4);
+            t.index[0][2 * p] = static_cast<unsigned char>(g);
+            t.index[1][2 * p] = static_cast<unsigned char>(g + kLuma[p % 4]);
+            t.index[2][2 * p] = static_cast<unsigned char>(g + 3);
+            for (int k = 0; k < 3; ++k)
+                t.index[k][2 * p + 1] = 0;
+        }
+        return t;
+    }();
+    return pick;
+}
+
+const __mmask64 kLowBytes = 0x5555555555555555ull;
+
+template <int Red, int Blue, int PixelBytes>
+int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sColourStore<Red, Blue, PixelBytes> out;
+    const sSamplePick& pick = Yuv444Pick();
+    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    const __m512i neutral = _mm512_set1_epi16(127);
+    int32_t x = 0;
+    for (; NextStep(x, width, 32, 32); x += 32) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 32);
+        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pu, b), neutral);
+        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pv, b), neutral);
+        __m512i red, green, blue;
+        Colours(_mm512_maskz_permutex2var_epi8(kLowBytes, a, py, b), u, v, red, green, blue);
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// A whole-register load takes 48 bytes and reaches 16 further: 44 pixels of
+// room inside the row's groups.
+template <int Red, int Blue, int PixelBytes>
+int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sColourStore<Red, Blue, PixelBytes> out;
+    const sSamplePick& pick = Yuv411Pick();
+    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    const __m512i neutral = _mm512_set1_epi16(127);
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; NextStep(x, whole, 44, 32); x += 32) {
+        const __m512i in = _mm512_loadu_si512(src + (x / 4) * 6);
+        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pu, in), neutral);
+        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pv, in), neutral);
+        __m512i red, green, blue;
+        Colours(_mm512_maskz_permutexvar_epi8(kLowBytes, py, in), u, v, red, green, blue);
+        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+}  // namespace
+}  // namespace convrows_avx512
+
+void ConvRowBodiesAvx512(sConvRowBodies* b)
+{
+    using namespace convrows_avx512;
+    b->grey[0] = Grey3;
+    b->grey[1] = Grey4;
+    b->reorder[0][0][1] = Permute<3, 3, true>;
+    b->reorder[0][1][0] = Permute<3, 4, false>;
+    b->reorder[0][1][1] = Permute<3, 4, true>;
+    b->reorder[1][0][0] = Permute<4, 3, false>;
+    b->reorder[1][0][1] = Permute<4, 3, true>;
+    b->reorder[1][1][1] = Permute<4, 4, true>;
+    b->words8 = Words8;
+    b->unpack8[0] = Unpack8<2>;
+    b->unpack8[1] = Unpack8<4>;
+    b->yuv422[0][0] = Yuv422<2, 0, 3>;
+    b->yuv422[0][1] = Yuv422<2, 0, 4>;
+    b->yuv422[1][0] = Yuv422<0, 2, 3>;
+    b->yuv422[1][1] = Yuv422<0, 2, 4>;
+    b->yuv444[0][0] = Yuv444<2, 0, 3>;
+    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[1][0] = Yuv444<0, 2, 3>;
+    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv411[0][0] = Yuv411<2, 0, 3>;
+    b->yuv411[0][1] = Yuv411<2, 0, 4>;
+    b->yuv411[1][0] = Yuv411<0, 2, 3>;
+    b->yuv411[1][1] = Yuv411<0, 2, 4>;
+}
