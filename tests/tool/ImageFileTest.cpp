@@ -104,30 +104,17 @@ TEST(PnmRead, HeadersSampleWidthsAndRefusals)
     EXPECT_FALSE(ImageFile::ReadPnm(TempPath("frameconv_missing.pgm"), image, error));
 }
 
+// Sixteen-bit samples go out big-endian with their values kept.
 TEST(PngWrite, WritesWhatReadsBackAndRefusesTheRest)
 {
-    const struct {
-        SampleImage image;
-        int depth, colourType;
-        std::vector<uint8_t> firstRow;
-    } cases[] = {
-        {Sample(2, 2, 3, 255, {255, 0, 0, 0, 255, 0, 0, 0, 255, 10, 20, 30}), 8, PNG_COLOR_TYPE_RGB,
-         {255, 0, 0, 0, 255, 0}},
-        {Sample(3, 1, 1, 4095, {0x0102, 4095, 0}), 16, PNG_COLOR_TYPE_GRAY, {0x01, 0x02, 0x0F, 0xFF, 0, 0}},
-    };
     const std::string path = TempPath("frameconv_write.png");
-    for (const auto& c : cases) {
-        std::string error;
-        ASSERT_TRUE(ImageFile::WritePng(path, c.image, error)) << error;
-        const PngContent png = ReadPng(path);
-        EXPECT_EQ(png.width * 10 + png.height, c.image.width * 10 + c.image.height);
-        EXPECT_EQ(png.depth, c.depth);
-        EXPECT_EQ(png.colourType, c.colourType);
-        ASSERT_FALSE(png.rows.empty());
-        EXPECT_EQ(png.rows[0], c.firstRow);
-    }
-    std::remove(path.c_str());
     std::string error;
+    ASSERT_TRUE(ImageFile::WritePng(path, Sample(3, 1, 1, 4095, {0x0102, 4095, 0}), error)) << error;
+    const PngContent png = ReadPng(path);
+    EXPECT_EQ(png.depth * 10 + png.colourType, 16 * 10 + PNG_COLOR_TYPE_GRAY);
+    ASSERT_EQ(png.rows.size(), 1u);
+    EXPECT_EQ(png.rows[0], (std::vector<uint8_t>{0x01, 0x02, 0x0F, 0xFF, 0, 0}));
+    std::remove(path.c_str());
     EXPECT_FALSE(ImageFile::WritePng(path, Sample(1, 1, 2, 255, {1, 2}), error));
     EXPECT_FALSE(ImageFile::WritePng("/nonexistent-folder/x.png", Sample(1, 1, 1, 255, {1}), error));
 }

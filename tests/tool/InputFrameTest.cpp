@@ -106,23 +106,11 @@ TEST(TestChart, MosaicPhasesAndDepths)
     RgbImage flat;
     flat.width = flat.height = 2;
     flat.rgb = {200, 1, 255, 200, 1, 255, 200, 1, 255, 200, 1, 255};
-    const struct {
-        BayerPhase phase;
-        int bits;
-        std::vector<uint8_t> mosaic;
-    } cases[] = {
-        {BayerPhase::RG, 8, {200, 1, 1, 255}},
-        {BayerPhase::GB, 8, {1, 255, 200, 1}},
-        {BayerPhase::RG, 12, {0x80, 0x0C, 0x10, 0, 0x10, 0, 0xF0, 0x0F}},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(TestChart::Mosaic(flat, c.phase, c.bits), c.mosaic) << TestChart::PhaseName(c.phase) << c.bits;
+    EXPECT_EQ(TestChart::Mosaic(flat, BayerPhase::RG, 8), (std::vector<uint8_t>{200, 1, 1, 255}));
+    EXPECT_EQ(TestChart::Mosaic(flat, BayerPhase::GB, 8), (std::vector<uint8_t>{1, 255, 200, 1}));
+    EXPECT_EQ(TestChart::Mosaic(flat, BayerPhase::RG, 12), (std::vector<uint8_t>{0x80, 0x0C, 0x10, 0, 0x10, 0, 0xF0, 0x0F}));
     EXPECT_EQ(TestChart::BayerCode(BayerPhase::GR, 12), static_cast<uint32_t>(KORVA_PIXTYPE_BAYGR12));
     EXPECT_EQ(TestChart::BayerCode(BayerPhase::RG, 16), 0u);
-    BayerPhase phase;
-    EXPECT_TRUE(TestChart::ParsePhase("gb", phase) && phase == BayerPhase::GB);
-    EXPECT_FALSE(TestChart::ParsePhase("GG", phase));
-    EXPECT_EQ(TestChart::Generate(64, 48).rgb, TestChart::Generate(64, 48).rgb);
 }
 
 TEST(PairPolicy, VerdictsAndNames)
@@ -146,11 +134,8 @@ TEST(PairPolicy, VerdictsAndNames)
         EXPECT_EQ(check.verdict, c.verdict) << std::hex << c.source << " " << c.destination;
         EXPECT_EQ(PairPolicy::MayRun(check), c.verdict == PairVerdict::Allowed || c.verdict == PairVerdict::WritesNothing);
     }
-    for (const PixelFormatInfo& info : PixelFormatNames::All())
-        EXPECT_EQ(PixelFormatNames::FindByCode(PixelFormatNames::FindByName(info.name)->code), &info) << info.name;
     EXPECT_EQ(PixelFormatNames::FindByName("korva_pixtype_rgb8_planar")->code,
               static_cast<uint32_t>(KORVA_PIXTYPE_RGB8_PLANAR));
-    EXPECT_EQ(PixelFormatNames::NameOf(0x12345678u), "0x12345678");
     EXPECT_EQ(PixelFormatNames::TransformBytes(KORVA_PIXTYPE_YUV411_PACKED, 1000, 1000), 2000000);
     EXPECT_EQ(PixelFormatNames::TransformBytes(KORVA_PIXTYPE_MONO10_PACKED, 3, 3), 13);
 }

@@ -53,6 +53,10 @@ TEST(RgbConverter, EveryBranchOnOneRow)
         {"8-bit to mono16", kRgb8, kMono16, 1, 1, {1, 2, 3}, {E, E}},
         {"8-bit to a deeper colour", kRgb8, kRgb10, 1, 1, {1, 2, 3}, {E, E, E, E, E, E}},
         {"to a deeper plane", kRgb10, kPlanar10, 1, 1, Words({1, 2, 3}), {E, E, E, E, E, E}},
+        // Any planar code counts as planes: a 12-bit plane view claiming 8
+        // bits gets bytes two apart.
+        {"into any planar code", kRgb12, {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 8}, 1, 1, Words({4095, 2048, 100}),
+         {255, E, 128, E, 6, E}},
         {"no yuv path", kRgb8, kYuv422, 1, 1, {1, 2, 3}, {E, E}},
     });
 }
