@@ -19,6 +19,7 @@ struct Pair {
     IKVImage* target = target_object.get();
     std::vector<unsigned char> foreign = std::vector<unsigned char>(256, 0xEE);
     unsigned char* base = nullptr;
+    unsigned char* targetBase = nullptr;
 
     // A 4x4 frame of `format` with an 8-byte header, status 0, number 7 8;
     // its bytes count 1, 2, 3, ...
@@ -53,59 +54,40 @@ int StateOf(IKVImage* image)
 }
 
 enum Carried { kNothing, kBufferOnly, kHandOver, kRefused };
+enum Layout { kLaid, kNoChunks, kFormatOnly, kFormatZero };
+enum Target { kPlain, kOwn64, kOwn500, kForeign64, kForeign23, kSystem23, kExternalKind };
+enum Call { kToNull, kToObject, kToBuffer, kCopy, kCopyAfterTransform };
+
+const int M8 = KORVA_PIXTYPE_MONO8, M12 = KORVA_PIXTYPE_MONO12, M16 = KORVA_PIXTYPE_MONO16,
+          RGB8 = KORVA_PIXTYPE_RGB8_PACKED, P8 = KORVA_PIXTYPE_RGB8_PLANAR, P16 = KORVA_PIXTYPE_RGB16_PLANAR;
+const int OK = KORVA_IMAGESTATE_OK, UNSET = KORVA_IMAGESTATE_NOT_SET, TRUNC = KORVA_IMAGESTATE_TRUNCATED,
+          FAILED = KORVA_IMAGESTATE_CONVERT_FAILED;
 
 struct Row {
     const char* name;
-    std::function<int(Pair&)> run;
+    Layout layout;
+    int format, status;
+    Target target;
+    int wish;                   // of the destination object, or of the source for buffer calls
+    int rangeLeft, rangeRight;  // the source's destination range, 0 0: none
+    Call call;
+    int length;  // of the bare buffer
     int result;
     Carried carried;
     int target_state;                        // -1: none reported
     std::function<void(Pair&)> check = {};  // what else the exit leaves
 };
 
-const int M8 = KORVA_PIXTYPE_MONO8, M12 = KORVA_PIXTYPE_MONO12;
-
 const Row kRows[] = {
-    {"destination null", [](Pair& p) { p.Frame(M8); return p.source->doTransformImageObject(nullptr); },
-     RESULT_BAD_PARAM, kNothing, -1},
-    {"verbatim, format refused",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.source->setState(KORVA_IMAGESTATE_NOT_SET);
-         p.source->setPixelFormat(0);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_BAD_PARAM, kNothing, -1},
-    {"verbatim, nothing to allocate",
-     [](Pair& p) {
-         p.source->setPixelFormat(M8);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_BAD_PARAM, kNothing, -1},
-    {"foreign kind without buffer",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.target->useExternalBuffer(true);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_ERROR, kNothing, -1},
-    {"verbatim, foreign buffer too short",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.source->setState(KORVA_IMAGESTATE_TRUNCATED);
-         p.target->setSystemBuffer(p.foreign.data(), 23);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_ERROR, kNothing, -1},
+    {"destination null", kLaid, M8, OK, kPlain, 0, 0, 0, kToNull, 0, RESULT_BAD_PARAM, kNothing, -1},
+    {"verbatim, format refused", kFormatZero, M8, UNSET, kPlain, 0, 0, 0, kToObject, 0, RESULT_BAD_PARAM, kNothing, -1},
+    {"verbatim, nothing to allocate", kFormatOnly, M8, UNSET, kPlain, 0, 0, 0, kToObject, 0, RESULT_BAD_PARAM,
+     kNothing, -1},
+    {"foreign kind without buffer", kLaid, M8, OK, kExternalKind, 0, 0, 0, kToObject, 0, RESULT_ERROR, kNothing, -1},
+    {"verbatim, foreign buffer too short", kLaid, M8, TRUNC, kSystem23, 0, 0, 0, kToObject, 0, RESULT_ERROR, kNothing,
+     -1},
     // An unset status copies the whole buffer whatever the wish, which stays.
-    {"verbatim, whole buffer",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.source->setState(KORVA_IMAGESTATE_NOT_SET);
-         p.target->setDestinationPixelFormat(M8);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_OK, kHandOver, -1,
+    {"verbatim, whole buffer", kLaid, M12, UNSET, kPlain, M8, 0, 0, kToObject, 0, RESULT_OK, kHandOver, -1,
      [](Pair& p) {
          unsigned char *buffer = nullptr, *header = nullptr, *pixels = nullptr;
          p.target->getBuffer(&buffer);
@@ -118,33 +100,14 @@ const Row kRows[] = {
          EXPECT_EQ(header, buffer);
          EXPECT_EQ(pixels, buffer + 8);
      }},
-    {"destination not offered",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.target->allocateBuffer(64);
-         p.target->setDestinationPixelFormat(KORVA_PIXTYPE_MONO16);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_NOT_SUPPORTED, kRefused, KORVA_IMAGESTATE_CONVERT_FAILED},
+    {"destination not offered", kLaid, M8, OK, kOwn64, M16, 0, 0, kToObject, 0, RESULT_NOT_SUPPORTED, kRefused, FAILED},
     // A foreign buffer is forgotten, not released.
-    {"destination not offered, foreign buffer",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.target->setBuffer(p.foreign.data(), 64);
-         p.target->setDestinationPixelFormat(KORVA_PIXTYPE_RGB8_PACKED);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_NOT_SUPPORTED, kRefused, KORVA_IMAGESTATE_CONVERT_FAILED,
+    {"destination not offered, foreign buffer", kLaid, M8, OK, kForeign64, RGB8, 0, 0, kToObject, 0,
+     RESULT_NOT_SUPPORTED, kRefused, FAILED,
      [](Pair& p) { EXPECT_EQ(p.target_object->miBufferType, KORVA_BUFFER_EXTERNAL); }},
     // The raw frame goes as far as the buffer reaches, the wish's depth with it.
-    {"converting, foreign buffer too short",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.target->setDestinationPixelFormat(M8);
-         p.target->setBuffer(p.foreign.data(), 23);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_FAIL, kHandOver, KORVA_IMAGESTATE_TRUNCATED,
+    {"converting, foreign buffer too short", kLaid, M12, OK, kForeign23, M8, 0, 0, kToObject, 0, RESULT_FAIL,
+     kHandOver, TRUNC,
      [](Pair& p) {
          EXPECT_EQ(std::memcmp(p.foreign.data(), p.base, 23), 0);
          EXPECT_EQ(p.foreign[23], 0xEE);
@@ -152,25 +115,11 @@ const Row kRows[] = {
          EXPECT_EQ(p.target_object->mMemSrc.miBppEff, 8);
          EXPECT_EQ(StateOf(p.source), KORVA_IMAGESTATE_TRUNCATED);
      }},
-    {"no chunks", [](Pair& p) { p.Frame(M8, false); return p.source->doTransformImageObject(p.target); },
-     RESULT_FAIL, kBufferOnly, -1},
-    {"no converter",
-     [](Pair& p) {
-         p.Frame(KORVA_PIXTYPE_RGB16_PLANAR);
-         p.target->setDestinationPixelFormat(KORVA_PIXTYPE_RGB8_PLANAR);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_FAIL, kBufferOnly, -1},
+    {"no chunks", kNoChunks, M8, OK, kPlain, 0, 0, 0, kToObject, 0, RESULT_FAIL, kBufferOnly, -1},
+    {"no converter", kLaid, P16, OK, kPlain, P8, 0, 0, kToObject, 0, RESULT_FAIL, kBufferOnly, -1},
     // A failed conversion still hands over; the status then selects the
     // verbatim path until the host resets it.
-    {"converter refuses",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.source->setDestinationRange(0, 0, 3, 4);
-         p.target->setDestinationPixelFormat(M8);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_FAIL, kHandOver, KORVA_IMAGESTATE_CONVERT_FAILED,
+    {"converter refuses", kLaid, M12, OK, kPlain, M8, 0, 3, kToObject, 0, RESULT_FAIL, kHandOver, FAILED,
      [](Pair& p) {
          unsigned char* header = nullptr;
          p.target->getHeader(&header);
@@ -180,18 +129,10 @@ const Row kRows[] = {
          EXPECT_EQ(p.source->doTransformImageObject(p.target), RESULT_OK);
          EXPECT_EQ(p.Format(p.target), M12);
      }},
-    {"converted into a longer own buffer",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.target->allocateBuffer(500);
-         p.target->getBuffer(&p.base);
-         p.target->setDestinationPixelFormat(M8);
-         return p.source->doTransformImageObject(p.target);
-     },
-     RESULT_OK, kHandOver, KORVA_IMAGESTATE_OK,
+    {"converted into a longer own buffer", kLaid, M12, OK, kOwn500, M8, 0, 0, kToObject, 0, RESULT_OK, kHandOver, OK,
      [](Pair& p) {
          CMemoryAccess& view = p.target_object->mMemSrc;
-         EXPECT_EQ(view.mpBasePointer, p.base);  // reused
+         EXPECT_EQ(view.mpBasePointer, p.targetBase);  // reused
          EXPECT_EQ(view.miBufferLength, 500);
          EXPECT_EQ(view.GetLengthOfAllChunks(), 8 + 16);
          int length = 0;
@@ -199,62 +140,65 @@ const Row kRows[] = {
          EXPECT_EQ(length, 8 + 16);  // the chunks' overhead counts
          EXPECT_EQ(p.Format(p.target), M8);
      }},
-    {"to buffer, no format", [](Pair& p) { p.Frame(M8); return p.source->doTransform(p.foreign.data(), 16); },
-     RESULT_FAIL, kNothing, -1},
-    {"to buffer, too short",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.source->setDestinationPixelFormat(M8);
-         return p.source->doTransform(p.foreign.data(), 15);
-     },
-     RESULT_ERROR, kNothing, -1,
+    {"to buffer, no format", kLaid, M8, OK, kPlain, 0, 0, 0, kToBuffer, 16, RESULT_FAIL, kNothing, -1},
+    {"to buffer, too short", kLaid, M12, OK, kPlain, M8, 0, 0, kToBuffer, 15, RESULT_ERROR, kNothing, -1,
      [](Pair& p) { EXPECT_EQ(p.source_object->mMemDst.mpBasePointer, nullptr); }},
-    {"to buffer, no converter",
-     [](Pair& p) {
-         p.Frame(KORVA_PIXTYPE_RGB16_PLANAR);
-         p.source->setDestinationPixelFormat(KORVA_PIXTYPE_RGB8_PLANAR);
-         return p.source->doTransform(p.foreign.data(), 48);
-     },
-     RESULT_FAIL, kNothing, -1},
-    {"to buffer, converter refuses",
-     [](Pair& p) {
-         p.Frame(M12);
-         p.source->setDestinationPixelFormat(M8);
-         p.source->setDestinationRange(1, 0, 4, 4);
-         return p.source->doTransform(p.foreign.data(), 16);
-     },
-     RESULT_FAIL, kNothing, -1},
-    {"to buffer, converted",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.source->setDestinationPixelFormat(M8);
-         return p.source->doTransform(p.foreign.data(), 16);
-     },
-     RESULT_OK, kNothing, -1,
+    {"to buffer, no converter", kLaid, P16, OK, kPlain, P8, 0, 0, kToBuffer, 48, RESULT_FAIL, kNothing, -1},
+    {"to buffer, converter refuses", kLaid, M12, OK, kPlain, M8, 1, 4, kToBuffer, 16, RESULT_FAIL, kNothing, -1},
+    {"to buffer, converted", kLaid, M8, OK, kPlain, M8, 0, 0, kToBuffer, 16, RESULT_OK, kNothing, -1,
      [](Pair& p) {
          EXPECT_EQ(std::memcmp(p.foreign.data(), p.base + 8, 16), 0);
          EXPECT_EQ(p.foreign[16], 0xEE);
          EXPECT_EQ(StateOf(p.source), KORVA_IMAGESTATE_OK);
      }},
-    {"copy, other length", [](Pair& p) { p.Frame(M8); return p.source->doCopy(p.foreign.data(), 16); },
-     RESULT_ERROR, kNothing, -1},
-    {"copy, same length",
-     [](Pair& p) {
-         p.Frame(M8);
-         p.source->setDestinationPixelFormat(M8);
-         p.source->doTransform(p.foreign.data(), 16);
-         return p.source->doCopy(p.foreign.data() + 1, 16);
-     },
-     RESULT_FAIL, kNothing, -1,
+    {"copy, other length", kLaid, M8, OK, kPlain, 0, 0, 0, kCopy, 16, RESULT_ERROR, kNothing, -1},
+    {"copy, same length", kLaid, M8, OK, kPlain, M8, 0, 0, kCopyAfterTransform, 16, RESULT_FAIL, kNothing, -1,
      [](Pair& p) { EXPECT_EQ(p.source_object->mMemDst.mpBasePointer, p.foreign.data() + 1); }},
 };
+
+int RunRow(Pair& p, const Row& row)
+{
+    if (row.layout == kFormatOnly) {
+        p.source->setPixelFormat(row.format);
+    } else {
+        p.Frame(row.format, row.layout != kNoChunks);
+        if (row.layout == kFormatZero)
+            p.source->setPixelFormat(0);
+    }
+    p.source->setState(static_cast<KORVA_ImageStatus>(row.status));
+    if (row.rangeRight != 0)
+        p.source->setDestinationRange(row.rangeLeft, 0, row.rangeRight, 4);
+    IKVImage* wisher = row.call == kToObject ? p.target : p.source;
+    if (row.wish != 0)
+        wisher->setDestinationPixelFormat(row.wish);
+    switch (row.target) {
+    case kOwn64: p.target->allocateBuffer(64); break;
+    case kOwn500: p.target->allocateBuffer(500); break;
+    case kForeign64: p.target->setBuffer(p.foreign.data(), 64); break;
+    case kForeign23: p.target->setBuffer(p.foreign.data(), 23); break;
+    case kSystem23: p.target->setSystemBuffer(p.foreign.data(), 23); break;
+    case kExternalKind: p.target->useExternalBuffer(true); break;
+    case kPlain: break;
+    }
+    p.target->getBuffer(&p.targetBase);
+    switch (row.call) {
+    case kToNull: return p.source->doTransformImageObject(nullptr);
+    case kToObject: return p.source->doTransformImageObject(p.target);
+    case kToBuffer: return p.source->doTransform(p.foreign.data(), row.length);
+    case kCopy: return p.source->doCopy(p.foreign.data(), row.length);
+    case kCopyAfterTransform:
+        p.source->doTransform(p.foreign.data(), row.length);
+        return p.source->doCopy(p.foreign.data() + 1, row.length);
+    }
+    return 0;
+}
 
 TEST(TransformDriver, EveryExit)
 {
     for (const Row& row : kRows) {
         SCOPED_TRACE(row.name);
         Pair pair;
-        EXPECT_EQ(row.run(pair), row.result);
+        EXPECT_EQ(RunRow(pair, row), row.result);
         unsigned char* buffer = nullptr;
         const bool has_buffer = pair.target->getBuffer(&buffer) == RESULT_OK;
         int first = 0, second = 0;
