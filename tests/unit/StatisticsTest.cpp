@@ -193,6 +193,13 @@ TEST(Statistics, PathChoiceAndFailures)
     EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_MONO8, 200, 200, halves)->getAverage(&average, 0, 0, 200, 200), RESULT_OK);
     EXPECT_EQ(average, 130.0);
 
+    // Planes are sampled up to the region's edge, not at it: the columns
+    // from 96 on hold 250.
+    std::vector<unsigned char> edge(100, 90);
+    std::fill(edge.begin() + 96, edge.end(), 250);
+    EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PLANAR, 100, 100, edge)->getAverage(&average, 0, 0, 96, 96), RESULT_OK);
+    EXPECT_EQ(average, 90.0);
+
     // A packed view left at 8 bits by a truncated transform: no shift and
     // no bits of the middle byte.
     auto packed = FlatFrame(KORVA_PIXTYPE_MONO12_PACKED, 100, 100, {0x12, 0x35, 0x12});
