@@ -21,7 +21,7 @@ KORVA_ImageFilter Filter(int value)
 // Each step runs on the stage left by the steps before it.
 TEST(ConvFilter, ParameterSequences)
 {
-    const std::vector<int32_t> box3(9, 1), box5(25, 1), laplace3 = {0, 1, 0, 1, -4, 1, 0, 1, 0},
+    const std::vector<int32_t> zero3(9, 0), box3(9, 1), box5(25, 1), laplace3 = {0, 1, 0, 1, -4, 1, 0, 1, 0},
                                laplace5 = {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 1, -4, 1, 0,
                                            0, 0, 1, 0, 0, 0, 0, 0, 0, 0};
     struct Step {
@@ -35,9 +35,9 @@ TEST(ConvFilter, ParameterSequences)
         {{1, 3, 3, true, 1, 9, 3, 3, &box3}},
         {{2, 5, 5, true, 2, 25, 5, 5, &box5}, {6, 3, 3, false, 2, 25, 5, 5, &box5}},
         {{4, 5, 5, true, 4, 1, 5, 5, &laplace5}},
-        // A call without sizes keeps the kernel but not its size; a second
+        // A call without sizes copies no entry and keeps no size; a second
         // call allocates an empty kernel after Free cleared the sizes.
-        {{1, 0, 0, true, 1, 9, 0, 0, nullptr}},
+        {{1, 0, 0, true, 1, 9, 0, 0, &zero3}},
         {{3, 3, 3, true, 3, 1, 3, 3, &laplace3}, {3, 3, 3, true, 3, 1, 3, 3, nullptr},
          {2, 5, 5, true, 2, 25, 5, 5, nullptr}},
         // Larger caller sizes copy no more than the table (a sanitizer build
