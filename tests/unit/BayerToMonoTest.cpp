@@ -90,62 +90,32 @@ TEST(BayerToMono, FlatFieldsComeThroughUnshiftedAndClamped)
     ExpectInterior(wide, 2, std::vector<int>(2 * 3, 255), 6);
 }
 
-// Worked by hand from the kernel: a 0 at (3, 3) in a field of 200 takes
-// 200 * w / 32 off each output, w being the kernel entry that meets it.
-TEST(BayerToMono, DarkPixelInBrightField)
+// Worked by hand from the kernel: a spot at (sx, sy) in a flat field takes
+// (spot - field) * w / 32 onto each output, w being the kernel entry that
+// meets it; negative sums give 0, not a wrapped value. The last case puts
+// the spot in the last row, which only the ring's last window sees.
+TEST(BayerToMono, SpotsInFlatFields)
 {
-    Frame<BYTE, BYTE> f(7, 7);
-    f.Fill(200);
-    f.Set(3, 3, 0);
-    f.Run();
-    // 6400 - 400 = 6000 / 32 = 187; 6400 - 1200 = 5200 / 32 = 162; 3200 / 32 = 100
-    ExpectInterior(f, 3, {187, 162, 187, 162, 100, 162, 187, 162, 187}, 7);
-}
-
-// A 255 spot at (4, 4) on black: positive taps give 255 * w / 32, negative
-// ones 0 rather than a wrapped value.
-TEST(BayerToMono, BrightSpotOnBlack)
-{
-    Frame<BYTE, BYTE> f(9, 9);
-    f.Fill(0);
-    f.Set(4, 4, 255);
-    f.Run();
-    ExpectInterior(f, 5,
-                   {
-                       0, 0,  0,   0,  0,  //
-                       0, 15, 47,  15, 0,  //
-                       0, 47, 127, 47, 0,  //
-                       0, 15, 47,  15, 0,  //
-                       0, 0,  0,   0,  0,
-                   },
-                   9);
-}
-
-// Rows further down use the ring: an impulse in the last row shows in the
-// last output row only, a row-major map of where the kernel reaches.
-TEST(BayerToMono, RingReachesTheLastRow)
-{
-    Frame<BYTE, BYTE> f(5, 8);
-    f.Fill(100);
-    f.Set(2, 7, 132);  // +32 under the centre column of the last window
-    f.Run();
-    // Outputs rows 2..5; the last window (rows 3..7) sees it with weight -2.
-    ExpectInterior(f, 1, {100, 100, 100, 98}, 5);
-}
-
-TEST(BayerToMono, SmallestAndTooSmallRegions)
-{
-    Frame<BYTE, BYTE> five(5, 5);
-    five.Fill(90);
-    five.Run();
-    ExpectInterior(five, 1, {90}, 5);
-
-    // Narrower or lower than the kernel: nothing is written.
-    for (const auto& size : {std::make_pair(4, 9), std::make_pair(9, 4), std::make_pair(3, 3)}) {
-        Frame<BYTE, BYTE> f(size.first, size.second);
-        f.Fill(90);
+    const struct Case {
+        int w, h, field, sx, sy, spot, columns;
+        std::vector<int> interior;
+    } cases[] = {
+        // 6400 - 400 = 6000 / 32 = 187; 6400 - 1200 = 5200 / 32 = 162; 3200 / 32 = 100
+        {7, 7, 200, 3, 3, 0, 3, {187, 162, 187, 162, 100, 162, 187, 162, 187}},
+        {9, 9, 0, 4, 4, 255, 5, {0, 0, 0,   0, 0, 0, 15, 47, 15, 0, 0, 47, 127, 47, 0,
+                                 0, 15, 47, 15, 0, 0, 0, 0,   0, 0}},
+        {5, 8, 100, 2, 7, 132, 1, {100, 100, 100, 98}},
+        {5, 5, 90, 0, 0, 90, 1, {90}},
+        // Narrower or lower than the kernel: nothing is written.
+        {4, 9, 90, 0, 0, 90, 0, {}},
+        {9, 4, 90, 0, 0, 90, 0, {}},
+    };
+    for (const Case& c : cases) {
+        Frame<BYTE, BYTE> f(c.w, c.h);
+        f.Fill(c.field);
+        f.Set(c.sx, c.sy, c.spot);
         EXPECT_EQ(1, f.Run());
-        ExpectInterior(f, 0, {}, size.first);
+        ExpectInterior(f, c.columns, c.interior, c.w);
     }
 }
 

@@ -56,38 +56,28 @@ TEST_F(ChunkDataMapTest, SetChunkChecksArgumentsThenBufferThenPlace) {
     EXPECT_TRUE(unbuffered.mChunkData.empty());
 }
 
-TEST_F(ChunkDataMapTest, RefusedChunkKeepsTheOldRecordAndOverlapIsAllowed) {
-    ASSERT_EQ(RESULT_OK, Set(KORVA_CHUNK_IMAGE, 0, 500));
-    ASSERT_EQ(RESULT_OK, Set(KORVA_CHUNK_HEADER, 100, 50));  // inside the image
-    EXPECT_EQ(RESULT_BAD_PARAM, Set(KORVA_CHUNK_IMAGE, 900, 200));
-    EXPECT_EQ(at(0), view.GetChunkPointer(KORVA_CHUNK_IMAGE));
-    EXPECT_EQ(500, view.GetChunkLength(KORVA_CHUNK_IMAGE));
-}
-
-TEST_F(ChunkDataMapTest, GetChunkOfDataGivesThePayload) {
+TEST_F(ChunkDataMapTest, RecordsPayloadsAndTheirSum) {
     unsigned char* data = at(5);
     int length = -7;
     EXPECT_EQ(RESULT_NOT_SUPPORTED, view.getChunkOfData(KORVA_CHUNK_HEADER, &data, &length));
     EXPECT_TRUE(view.mChunkData.empty());
-
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, at(0), 100, 16, 80));
-    EXPECT_EQ(RESULT_NOT_SUPPORTED, view.getChunkOfData(KORVA_CHUNK_HEADER, &data, &length));
+    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, at(0), 500, 16, 80));
+    ASSERT_EQ(RESULT_OK, Set(KORVA_CHUNK_HEADER, 100, 50));  // overlap is allowed
+    EXPECT_EQ(RESULT_BAD_PARAM, Set(KORVA_CHUNK_IMAGE, 900, 200));  // refused: the old record stays
+    EXPECT_EQ(RESULT_NOT_SUPPORTED, view.getChunkOfData(9, &data, &length));
     EXPECT_EQ(at(5), data);
     EXPECT_EQ(-7, length);
-    EXPECT_EQ(2u, view.mChunkData.size());
-    EXPECT_EQ(100, view.GetLengthOfAllChunks());
-
     EXPECT_EQ(RESULT_OK, view.getChunkOfData(KORVA_CHUNK_IMAGE, &data, &length));
     EXPECT_EQ(at(16), data);
     EXPECT_EQ(80, length);
     EXPECT_EQ(at(0), view.GetChunkPointer(KORVA_CHUNK_IMAGE));
     EXPECT_EQ(nullptr, view.GetChunkPointer(40));  // leaves a default record
-    EXPECT_EQ(3u, view.mChunkData.size());
-    EXPECT_EQ(100, view.GetLengthOfAllChunks());
-}
+    EXPECT_EQ(4u, view.mChunkData.size());
+    EXPECT_EQ(550, view.GetLengthOfAllChunks());
+    EXPECT_FALSE(view.AdjustChunkDataMap(41, 10));  // absent
+    EXPECT_EQ(5u, view.mChunkData.size());
 
-TEST_F(ChunkDataMapTest, LengthOfAllChunksWrapsInThirtyTwoBits) {
-    const int32_t big = std::numeric_limits<int32_t>::max();
+    const int32_t big = std::numeric_limits<int32_t>::max();  // the sum wraps in 32 bits
     view.mChunkData[1] = sKORVAP_ChunkData{at(0), big, 0, 0};
     view.mChunkData[2] = sKORVAP_ChunkData{at(0), big, 0, 0};
     view.mChunkData[3] = sKORVAP_ChunkData{at(0), 3, 0, 0};
@@ -128,15 +118,6 @@ TEST_F(ChunkDataMapTest, AdjustMovesChunksByAddress) {
         EXPECT_EQ(otherLengthAfter, other.miChunkDataLength) << c.what;
         EXPECT_EQ(2, other.miChunkDataOffset) << c.what;
     }
-}
-
-TEST_F(ChunkDataMapTest, AdjustOfAnAbsentChunkFails) {
-    EXPECT_FALSE(view.AdjustChunkDataMap(KORVA_CHUNK_IMAGE, 10));
-    EXPECT_TRUE(view.mChunkData.empty());
-    ASSERT_EQ(RESULT_OK, Set(KORVA_CHUNK_HEADER, 0, 10));
-    EXPECT_FALSE(view.AdjustChunkDataMap(KORVA_CHUNK_IMAGE, 10));
-    EXPECT_EQ(2u, view.mChunkData.size());
-    EXPECT_EQ(10, view.GetChunkLength(KORVA_CHUNK_HEADER));
 }
 
 TEST_F(ChunkDataMapTest, CopyChunkDataMapRebasesOnThisBuffer) {

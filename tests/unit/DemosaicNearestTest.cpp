@@ -68,6 +68,11 @@ TEST(DemosaicNearest, OddWidthWritesOnePixelPastTheRow)
     for (int y = 0; y < 3; ++y)
         EXPECT_EQ((Rgb{5, 10, 16}), f.At(5, y)) << y;
     EXPECT_EQ((Rgb{kUntouched, kUntouched, kUntouched}), f.At(5, 3));
+    // Two columns still make a pixel: red 1, the carried 0 in blue and in
+    // half of green, (0 + 11) / 2.
+    Frame narrow(KORVA_PIXTYPE_BAYRG8, 2, 2, 4);
+    ASSERT_TRUE(narrow.proc->mConvDemosaic.Convert());
+    EXPECT_EQ((Rgb{1, 5, 0}), narrow.At(0, 1));
     // Column 4 is the region's last: the repair puts column 2 there.
     for (int y = 0; y < 4; ++y)
         EXPECT_EQ((Rgb{3, 7, 12}), f.At(4, y)) << y;

@@ -110,52 +110,34 @@ TEST(MemoryAccessTest, PlanarFactorIsPerPlaneAndPitchUsesIt) {
     }
 }
 
-TEST(MemoryAccessTest, DataOffsetShortensTheImageButNotTheAddress) {
-    std::vector<unsigned char> buffer(40);
+TEST(MemoryAccessTest, OffsetsWrapsAndMissingChunks) {
+    std::vector<unsigned char> buffer(64), image(40);
     CMemoryAccess view(nullptr);
-    Prepare(view, buffer, 10, 4, KORVA_PIXTYPE_MONO8, 1.0);
+    Prepare(view, image, 10, 4, KORVA_PIXTYPE_MONO8, 1.0);
     unsigned char* row2 = view.GetImagePointer(0, 2, 0);
-    view.miDataOffset = 15;
+    view.miDataOffset = 15;  // shortens the image, not the address
     EXPECT_EQ(row2, view.GetImagePointer(0, 2, 0));
     EXPECT_EQ(nullptr, view.GetImagePointer(0, 3, 0));
-    EXPECT_EQ(nullptr, view.GetImagePointer(0, 4, 0));
-}
 
-TEST(MemoryAccessTest, ChunkDataOffsetMovesTheAddressButNotTheBound) {
-    std::vector<unsigned char> buffer(64);
-    CMemoryAccess view(nullptr);
+    // The chunk's data offset moves the address but not the bound.
+    view.miDataOffset = 0;
     Prepare(view, buffer, 4, 4, KORVA_PIXTYPE_MONO8, 1.0);
     ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data() + 8, 16, 8, 16));
     EXPECT_EQ(buffer.data() + 16, view.GetImagePointer(0, 0, 0));
     EXPECT_EQ(buffer.data() + 32, view.GetImagePointer(0, 4, 0));
     EXPECT_EQ(nullptr, view.GetImagePointer(1, 4, 0));
-}
 
-TEST(MemoryAccessTest, IndexWrapsInThirtyTwoBits) {
-    std::vector<unsigned char> buffer(16);
-    CMemoryAccess view(nullptr);
-    Prepare(view, buffer, 65536, 1, KORVA_PIXTYPE_MONO8, 1.0);
     // 32768 * 65536 wraps to -2^31: the offset is negative, so it passes the
     // bound, and its low 32 bits are added.
+    Prepare(view, buffer, 65536, 1, KORVA_PIXTYPE_MONO8, 1.0);
     EXPECT_EQ(Addr(buffer.data()) + 0x80000000u, Addr(view.GetImagePointer(0, 32768, 0)));
-}
 
-TEST(MemoryAccessTest, NoImageChunkMeansNoImage) {
-    std::vector<unsigned char> buffer(16);
-    CMemoryAccess view(nullptr);
-    Prepare(view, buffer, 4, 4, KORVA_PIXTYPE_MONO8, 1.0);
+    // No image chunk, no image; the lookup leaves a default record. A chunk
+    // with a null base still addresses.
     view.SetBasePointer(buffer.data(), 16);
-    EXPECT_TRUE(view.mChunkData.empty());
     EXPECT_EQ(nullptr, view.GetImagePointer(0, 0, 0));
-    EXPECT_EQ(1u, view.mChunkData.size());  // the lookup left a default record
-    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data(), 16, 0, 16));
-    EXPECT_EQ(buffer.data() + 5, view.GetImagePointer(1, 1, 0));
-}
-
-TEST(MemoryAccessTest, ImageChunkWithNullBaseStillAddresses) {
-    CMemoryAccess view(nullptr);
+    EXPECT_EQ(1u, view.mChunkData.size());
     view.miWidth = view.miRoiWidth = 10;
-    view.mdBytePerPixel = 1.0;
     view.mChunkData[KORVA_CHUNK_IMAGE] = sKORVAP_ChunkData{nullptr, 100, 0, 100};
     EXPECT_EQ(uintptr_t{12}, Addr(view.GetImagePointer(2, 1, 0)));
 }

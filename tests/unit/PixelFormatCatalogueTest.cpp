@@ -1,6 +1,10 @@
-// The pixel-format catalogue every image object builds for itself.
+// The pixel-format catalogue every image object builds for itself, image
+// size arithmetic and destination-format negotiation.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +15,7 @@
 namespace {
 
 #define P(x) static_cast<uint32_t>(KORVA_PIXTYPE_##x)
+#define I(x) static_cast<int>(KORVA_PIXTYPE_##x)
 
 struct Row {
     uint32_t code;  // written out, so that a wrong macro shows up too
@@ -123,52 +128,186 @@ TEST(PixelFormatCatalogue, EveryRecordMatchesTheTable)
     }
 }
 
-TEST(PixelFormatCatalogue, UnionListInOrderOfFirstAppearance)
+// The union list holds every destination in order of first appearance; new
+// codes are appended once, known ones change nothing.
+TEST(PixelFormatCatalogue, UnionListAndUnknownLookups)
 {
     auto image = std::make_unique<CImgProc>();
-    const std::vector<uint32_t> expected = {
-        P(MONO8), P(MONO8_LUT), P(MONO8_SIGNED), P(MONO10), P(MONO10_PACKED), P(MONO12), P(MONO12_LUT),
-        P(MONO12_PACKED), P(MONO16), P(BAYGR8), P(RGB8_PACKED), P(RGB8_PLANAR), P(BGR8_PACKED), P(BAYRG8),
-        P(BAYGB8), P(BAYBG8), P(BAYGR10), P(RGB10_PACKED), P(RGB10_PLANAR), P(BAYRG10), P(BAYGB10), P(BAYBG10),
-        P(BAYGR12), P(RGB12_PACKED), P(RGB12_PLANAR), P(BAYRG12), P(BAYGB12), P(BAYBG12), P(RGBA8_PACKED),
-        P(BGRA8_PACKED), P(BGR10_PACKED), P(BGR12_PACKED), P(RGB10V1_PACKED), P(RGB10V2_PACKED), P(YUV411_PACKED),
-        P(YUV422_PACKED), P(YUV444_PACKED), P(RGB16_PLANAR), P(MONO14)};
+    std::vector<uint32_t> expected;
+    for (const Row& row : Table())
+        for (uint32_t code : row.destinations)
+            if (std::find(expected.begin(), expected.end(), code) == expected.end())
+                expected.push_back(code);
     EXPECT_EQ(std::vector<uint32_t>(image->mSupportedFormats.begin(), image->mSupportedFormats.end()), expected);
-}
-
-TEST(PixelFormatCatalogue, AddingKnownOrNoCodesKeepsTheUnionList)
-{
-    auto image = std::make_unique<CImgProc>();
-    std::list<uint32_t> none;
-    image->AddSupportedPixelFormats(&none);
-    std::list<uint32_t> known = {P(MONO14), P(MONO8)};
-    image->AddSupportedPixelFormats(&known);
-    EXPECT_EQ(image->mSupportedFormats.size(), 39u);
     std::list<uint32_t> fresh = {0x7, P(MONO8), 0x7, 0x9};
     image->AddSupportedPixelFormats(&fresh);
-    ASSERT_EQ(image->mSupportedFormats.size(), 41u);
-    EXPECT_EQ(*std::next(image->mSupportedFormats.begin(), 39), 0x7u);
-    EXPECT_EQ(image->mSupportedFormats.back(), 0x9u);
+    expected.push_back(0x7);
+    expected.push_back(0x9);
+    EXPECT_EQ(std::vector<uint32_t>(image->mSupportedFormats.begin(), image->mSupportedFormats.end()), expected);
+    // An unknown key inserts one empty record.
+    const sPixelFormatNode& node = image->mPixelFormatMap[0xFFFFFFFFu];
+    EXPECT_TRUE(node.msFormatName[0] == '\0' && node.mlDestinationFormats.empty() && node.miFormatBpp == 0 &&
+                node.mdFormatBytePerPixel == 0.0 && node.mpFormatConverter == nullptr);
+    image->mPixelFormatMap[0xFFFFFFFFu];
+    EXPECT_EQ(image->mPixelFormatMap.size(), 40u);
 }
 
-TEST(PixelFormatCatalogue, UnknownLookupInsertsOneEmptyRecord)
+std::vector<int> CatalogueCodes(CImgProc& image)
+{
+    std::vector<int> codes;
+    for (const auto& entry : image.mPixelFormatMap)
+        codes.push_back(static_cast<int>(entry.first));
+    return codes;
+}
+
+TEST(FormatNegotiation, SizeLengthAndCanals)
 {
     auto image = std::make_unique<CImgProc>();
-    for (uint32_t code : {0u, 0x01080026u, 0xFFFFFFFFu}) {
-        const size_t before = image->mPixelFormatMap.size();
-        for (int repeat = 0; repeat < 2; ++repeat) {
-            const sPixelFormatNode& node = image->mPixelFormatMap[code];
-            EXPECT_EQ(node.msFormatName[0], '\0');
-            EXPECT_TRUE(node.mlDestinationFormats.empty());
-            EXPECT_EQ(node.miFormatBppEff + node.miFormatBpp, 0);
-            EXPECT_EQ(node.mdFormatBytePerPixel, 0.0);
-            EXPECT_EQ(node.mpFormatConverter, nullptr);
-        }
-        EXPECT_EQ(image->mPixelFormatMap.size(), before + 1);
+    const struct {
+        int code, width, height, size;
+    } sizes[] = {
+        {0, 100, 100, -1},
+        {I(MONO12_PACKED), 1000, 1000, 1500000},
+        {I(YUV411_PACKED), 1000, 1000, 2000000},  // not 1.5 as its frames are
+        {I(MONO10_PACKED), 3, 3, 13},             // 13.5 truncates
+        {I(MONO10_PACKED), -3, 3, -13},           // toward zero, not down
+        {I(MONO12_LUT), 10, 10, 200},
+        {I(RGB10V1_PACKED), 1, 1, 4},
+        {I(RGB16_PLANAR), 1, 1, 6},
+        {0x010A0001, 5, 1, 10},
+        {0x02140001, 5, 1, 15},
+        {0x02240001, 5, 1, 30},
+        {0x01000001, 5, 1, 0},
+        {0x02400001, 5, 1, 0},
+        {I(RGB8_PACKED), 100000, 100000, INT_MIN},  // beyond 32 bits
+    };
+    for (const auto& c : sizes)
+        EXPECT_EQ(image->CalculateImageSize(c.code, c.width, c.height), c.size) << std::hex << c.code;
+
+    const struct {
+        int code, width, height, result, length;
+    } lengths[] = {
+        {0, 10, 10, RESULT_OK, 0},
+        {I(MONO8), 10, 0, RESULT_OK, 0},
+        {I(YUV411_PACKED), 4, 2, RESULT_OK, 16},
+        {I(MONO8), -1, 1, RESULT_FAIL, 0},  // -1 is the failure value, however it arises
+        {I(MONO8), -2, 1, RESULT_OK, -2},
+    };
+    for (const auto& c : lengths) {
+        image->mMemSrc.miPixelFormat = static_cast<uint32_t>(c.code);
+        image->mMemSrc.miWidth = c.width;
+        image->mMemSrc.miHeight = c.height;
+        int length = 12345;
+        EXPECT_EQ(image->getImageLength(&length), c.result) << std::hex << c.code;
+        EXPECT_EQ(length, c.length) << std::hex << c.code;
     }
-    EXPECT_EQ(image->mSupportedFormats.size(), 39u);
+
+    // YUV422 has two canals, YUV411, MONO14 and the look-up variants none.
+    const std::vector<int> none = {I(YUV411_PACKED), I(MONO14), I(MONO8_LUT), I(MONO12_LUT)};
+    const std::vector<int> three = {I(RGB8_PACKED),  I(BGR8_PACKED),    I(RGBA8_PACKED),   I(BGRA8_PACKED),
+                                    I(RGB10_PACKED), I(BGR10_PACKED),   I(RGB12_PACKED),   I(BGR12_PACKED),
+                                    I(RGB10V1_PACKED), I(RGB10V2_PACKED), I(YUV444_PACKED)};
+    for (const Row& row : Table()) {
+        const int code = static_cast<int>(row.code);
+        auto in = [code](const std::vector<int>& v) { return std::find(v.begin(), v.end(), code) != v.end(); };
+        const int expected = in(none) ? 0 : in(three) ? 3 : code == I(YUV422_PACKED) ? 2 : 1;
+        EXPECT_EQ(image->NumberOfCanals(code), expected) << row.name;
+    }
+    EXPECT_EQ(image->NumberOfCanals(0), 0);
 }
 
+TEST(FormatNegotiation, SourceIsUncheckedDestinationLooseSupportTestStrict)
+{
+    auto image = std::make_unique<CImgProc>();
+    const std::vector<int> codes = CatalogueCodes(*image);
+    int accepted = 0;
+    for (int source : codes) {
+        EXPECT_EQ(image->setPixelFormat(source), RESULT_OK);
+        const sPixelFormatNode& node = image->mPixelFormatMap[static_cast<uint32_t>(source)];
+        EXPECT_EQ(image->mMemSrc.miBppEff * 100 + image->mMemSrc.miBpp, node.miFormatBppEff * 100 + node.miFormatBpp);
+        EXPECT_EQ(image->mMemSrc.mdBytePerPixel, node.mdFormatBytePerPixel);
+        const std::list<uint32_t> offered = node.mlDestinationFormats;
+        for (int code : codes) {
+            image->mMemDst.miPixelFormat = 0;
+            const bool listed =
+                std::find(offered.begin(), offered.end(), static_cast<uint32_t>(code)) != offered.end();
+            // The support test sets the view despite its name, for listed codes only.
+            EXPECT_EQ(image->isDestinationPixelFormatSupp(code), listed ? RESULT_OK : RESULT_NOT_SUPPORTED)
+                << source << " " << code;
+            EXPECT_EQ(image->mMemDst.miPixelFormat, listed ? static_cast<uint32_t>(code) : 0u);
+            accepted += listed;
+            EXPECT_EQ(image->setDestinationPixelFormat(code), RESULT_OK);
+            EXPECT_EQ(image->mMemDst.mdBytePerPixel, image->mPixelFormatMap[static_cast<uint32_t>(code)].mdFormatBytePerPixel);
+        }
+    }
+    EXPECT_EQ(accepted, 163);  // the sum of all list lengths
+
+    // Unknown codes: accepted as source with an empty record, refused as
+    // destination (checked before the list) with the view left alone.
+    image->setDestinationPixelFormat(I(MONO8));
+    EXPECT_EQ(image->setPixelFormat(0x01080026), RESULT_OK);
+    EXPECT_EQ(image->mMemSrc.miBpp + image->mMemSrc.miBppEff, 0);
+    for (int code : {0, 0x02000001}) {
+        EXPECT_EQ(image->setDestinationPixelFormat(code), RESULT_BAD_PARAM);
+        EXPECT_EQ(image->isDestinationPixelFormatSupp(code), RESULT_BAD_PARAM);
+    }
+    EXPECT_EQ(image->isDestinationPixelFormatSupp(I(MONO8)), RESULT_NOT_SUPPORTED);
+    EXPECT_EQ(image->mMemDst.miPixelFormat, static_cast<uint32_t>(I(MONO8)));
+    EXPECT_EQ(image->mPixelFormatMap.size(), 42u);
+}
+
+struct ListQuery {
+    KORVA_FeatureState state{77, false, false, true, false};
+    KORVAX_TypeListINT list{};
+    ListQuery()
+    {
+        list.iSize = 144;
+        list.iType = list.iCurrent = list.iCount = -5;
+        for (int32_t& value : list.aValues)
+            value = -7;
+    }
+};
+
+TEST(FormatNegotiation, DestinationListQueries)
+{
+    auto image = std::make_unique<CImgProc>();
+    const struct {
+        int dst, code, current;
+    } cases[] = {
+        {0, I(BAYGR12), 0},
+        {I(RGB8_PACKED), I(BAYGR12), 3},
+        {I(BGR8_PACKED), I(BAYGR12), 9},
+        {I(MONO10), I(MONO12_LUT), 2},
+    };
+    for (const auto& c : cases) {
+        image->mMemDst.miPixelFormat = static_cast<uint32_t>(c.dst);
+        ListQuery q;
+        ASSERT_EQ(image->getDestinationPixelFormat(c.code, &q.state, &q.list), RESULT_OK);
+        const std::list<uint32_t>& offered = image->mPixelFormatMap[static_cast<uint32_t>(c.code)].mlDestinationFormats;
+        EXPECT_EQ(q.list.iType * 1000 + q.list.iSize, KORVA_TYPE_TAG * 1000 + 144);
+        EXPECT_EQ(q.list.iCurrent, c.current) << std::hex << c.dst;
+        ASSERT_EQ(q.list.iCount, static_cast<int>(offered.size()));
+        EXPECT_EQ(std::vector<int32_t>(q.list.aValues, q.list.aValues + q.list.iCount + 1),
+                  [&] { std::vector<int32_t> v(offered.begin(), offered.end()); v.push_back(-7); return v; }());
+    }
+    // Refused: tag, index and flags are still written.
+    ListQuery q;
+    EXPECT_EQ(image->getDestinationPixelFormat(0x01080026, &q.state, &q.list), RESULT_BAD_PARAM);
+    EXPECT_EQ(q.list.iType * 10 + q.list.iCurrent, KORVA_TYPE_TAG * 10);
+    EXPECT_EQ(q.list.iCount, -5);
+    EXPECT_TRUE(q.state.iSize == 77 && q.state.stateFlag1 && q.state.stateFlag2 && !q.state.stateFlag3 &&
+                q.state.stateFlag4);
+    // A long list is cut at 32 values.
+    sPixelFormatNode& node = image->mPixelFormatMap[0x0208FFFFu];
+    for (uint32_t i = 1; i <= 40; ++i)
+        node.mlDestinationFormats.push_back(i);
+    auto heap = std::make_unique<ListQuery>();  // on the heap, so an overrun is caught
+    EXPECT_EQ(image->getDestinationPixelFormat(0x0208FFFF, &heap->state, &heap->list), RESULT_OK);
+    EXPECT_EQ(heap->list.iCount, 32);
+    EXPECT_EQ(heap->list.aValues[31], 32);
+}
+
+#undef I
 #undef P
 
-} // namespace
+}  // namespace

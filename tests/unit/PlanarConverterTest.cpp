@@ -6,61 +6,35 @@ using namespace testframes;
 
 const unsigned char E = kUntouched;
 
-class PlanarConverterTest : public ::testing::Test {
-protected:
-    std::unique_ptr<CImgProc> proc = MakeImage();
-};
-
-// 2x1 frames: planes of two samples each, red, green, blue.
-TEST_F(PlanarConverterTest, DeepPlanesAreLoweredByTheTables)
+// Frames of 2x1 pixels: planes of two samples each, red, green, blue.
+TEST(PlanarConverter, DeepPlanesAreLoweredByTheTables)
 {
-    struct Case {
-        const char* what;
-        Format src, dst;
-        Bytes source, expected;
-    } cases[] = {
-        {"12 bit", kPlanar12, kPlanar8, Words({0, 4095, 2048, 1, 4095, 100}), {0, 255, 128, 0, 255, 6}},
-        {"10 bit", kPlanar10, kPlanar8, Words({1023, 512, 255, 3, 0, 100}), {255, 128, 64, 1, 0, 25}},
-        {"16 bit, admitted though not listed", kPlanar16, kPlanar8, Words({65535, 32768, 1, 0, 0, 65535}),
+    RunCases(&CImgProc::mConvRGBPlanar, {
+        {"12 bit", kPlanar12, kPlanar8, 2, 1, Words({0, 4095, 2048, 1, 4095, 100}), {0, 255, 128, 0, 255, 6}},
+        {"10 bit", kPlanar10, kPlanar8, 2, 1, Words({1023, 512, 255, 3, 0, 100}), {255, 128, 64, 1, 0, 25}},
+        {"16 bit, admitted though not listed", kPlanar16, kPlanar8, 2, 1, Words({65535, 32768, 1, 0, 0, 65535}),
          {255, 128, 0, 0, 0, 255}},
-        {"8 bit to itself", kPlanar8, kPlanar8, {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
+        {"8 bit to itself", kPlanar8, kPlanar8, 2, 1, {1, 2, 3, 4, 5, 6}, {1, 2, 3, 4, 5, 6}},
         // Depths other than deep-to-8 and 8-to-8 write nothing.
-        {"8 bit claiming a 10-bit destination", kPlanar8, {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 10}, {1, 2, 3, 4, 5, 6},
-         {E, E, E, E, E, E}},
-    };
-    for (const Case& c : cases) {
-        proc = MakeImage();
-        Bytes src = c.source;
-        Bytes dst(c.expected.size(), E);
-        Bind(proc->mMemSrc, src, 2, 1, c.src);
-        Bind(proc->mMemDst, dst, 2, 1, c.dst);
-        EXPECT_TRUE(proc->mConvRGBPlanar.Convert()) << c.what;
-        EXPECT_EQ(c.expected, dst) << c.what;
-    }
+        {"8 bit claiming 10 bits", kPlanar8, {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 10}, 2, 1, {1, 2, 3, 4, 5, 6},
+         Bytes(6, E)},
+    });
+    // Plane k uses table k; the low byte of an entry is stored.
+    RunCases(&CImgProc::mConvRGBPlanar, {{"tables", kPlanar8, kPlanar8, 2, 1, {1, 2, 3, 4, 5, 6},
+                                          {0x11, 0x12, 23, 24, 35, 36}}},
+             [](CImgProc& proc) {
+                 proc.createLookUpTables(1.0, 1.0, 1.0, 1.0);
+                 for (unsigned v = 0; v < 256; ++v)
+                     for (unsigned k = 0; k < 3; ++k)
+                         proc.mpLUT[k][v] = static_cast<uint16_t>(v + (k == 0 ? 0x110 : 10 + 10 * k));
+             });
 }
 
-TEST_F(PlanarConverterTest, PlaneKUsesTableK)
-{
-    Bytes src = {1, 2, 3, 4, 5, 6};
-    Bytes dst(6, E);
-    Bind(proc->mMemSrc, src, 2, 1, kPlanar8);
-    Bind(proc->mMemDst, dst, 2, 1, kPlanar8);
-    proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
-    for (unsigned v = 0; v < 256; ++v) {
-        proc->mpLUT[0][v] = static_cast<uint16_t>(v + 0x110);  // low byte kept
-        proc->mpLUT[1][v] = static_cast<uint16_t>(v + 20);
-        proc->mpLUT[2][v] = static_cast<uint16_t>(v + 30);
-    }
-    EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
-    EXPECT_EQ((Bytes{0x11, 0x12, 23, 24, 35, 36}), dst);
-}
-
-TEST_F(PlanarConverterTest, RegionAppliesToEachPlane)
+TEST(PlanarConverter, RegionsAndMissingPlanes)
 {
     // 2x1 region at (1, 1) of a 3x2 source into row 1 of a 2x2 destination.
-    Bytes src(18);
-    for (size_t i = 0; i < src.size(); ++i)
-        src[i] = static_cast<unsigned char>(i + 1);
+    std::unique_ptr<CImgProc> proc = MakeImage();
+    Bytes src = Counting(18);
     Bytes dst(12, E);
     Bind(proc->mMemSrc, src, 3, 2, kPlanar8);
     Bind(proc->mMemDst, dst, 2, 2, kPlanar8);
@@ -68,29 +42,27 @@ TEST_F(PlanarConverterTest, RegionAppliesToEachPlane)
     ASSERT_TRUE(proc->mMemDst.SetROI(0, 1, 2, 1));
     EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
     EXPECT_EQ((Bytes{E, E, 5, 6, E, E, 11, 12, E, E, 17, 18}), dst);
-}
 
-TEST_F(PlanarConverterTest, MissingPlaneStopsBeforeTheRowIsWritten)
-{
-    // With a 9-byte chunk, plane 2 of row 1 (offset 10) has no address, so
-    // row 1 is left whole in every plane.
-    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    Bytes dst(12, E);
+    // With a 9-byte chunk plane 2 of row 1 (offset 10) has no address: row 1
+    // is left whole in every plane.
+    proc = MakeImage();
+    src = Counting(12);
+    dst.assign(12, E);
     Bind(proc->mMemSrc, src, 2, 2, kPlanar8);
     Bind(proc->mMemDst, dst, 2, 2, kPlanar8, 9);
     EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
     EXPECT_EQ((Bytes{1, 2, E, E, 5, 6, E, E, 9, 10, E, E}), dst);
 }
 
-TEST_F(PlanarConverterTest, OtherFormatsAreAFault)
+TEST(PlanarConverterDeathTest, OtherFormatsAreAFault)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     Bytes src(12), dst(12);
     Bind(proc->mMemSrc, src, 1, 1, kPlanar10);
     Bind(proc->mMemDst, dst, 1, 1, kPlanar10);
     const std::string function = "virtual bool CImgProcConvRGBPlanar::OnConvert()";
     EXPECT_DEATH(proc->mConvRGBPlanar.Convert(),
                  AssertionPattern("ImgProcConvRGB", function, "mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0021)"));
-
     Bind(proc->mMemSrc, src, 1, 1, kRgb8);
     Bind(proc->mMemDst, dst, 1, 1, kPlanar8);
     EXPECT_DEATH(proc->mConvRGBPlanar.Convert(),

@@ -6,83 +6,64 @@ using namespace testframes;
 
 const unsigned char E = kUntouched;
 
-struct Case {
-    const char* what;
-    Format src, dst;
-    int32_t width;  // one row
-    Bytes source;
-    Bytes expected;  // the destination buffer after the run, prefilled with E
-};
-
-class RgbConverterTest : public ::testing::Test {
-protected:
-    void Run(const Case& c)
-    {
-        proc = MakeImage();
-        Bytes src = c.source;
-        Bytes dst(c.expected.size(), E);
-        Bind(proc->mMemSrc, src, c.width, 1, c.src);
-        Bind(proc->mMemDst, dst, c.width, 1, c.dst);
-        EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
-        EXPECT_EQ(c.expected, dst) << c.what;
-    }
-    std::unique_ptr<CImgProc> proc = MakeImage();
-};
-
-TEST_F(RgbConverterTest, EveryBranchOnOneRow)
+TEST(RgbConverter, EveryBranchOnOneRow)
 {
     const Bytes three = {1, 2, 3, 4, 5, 6};
     const Bytes four = {1, 2, 3, 4, 5, 6, 7, 8};
-    const Case cases[] = {
-        {"rgb to rgb", kRgb8, kRgb8, 2, three, {1, 2, 3, 4, 5, 6}},
-        {"rgb to bgr", kRgb8, kBgr8, 2, three, {3, 2, 1, 6, 5, 4}},
-        {"rgb to rgba adds opaque", kRgb8, kRgba8, 2, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
-        {"rgb to bgra", kRgb8, kBgra8, 2, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
-        {"bgr to bgr", kBgr8, kBgr8, 2, three, {1, 2, 3, 4, 5, 6}},
-        {"bgr to rgba", kBgr8, kRgba8, 2, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
-        {"bgr to bgra", kBgr8, kBgra8, 2, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
-        {"bgr to rgb, off the lists", kBgr8, kRgb8, 2, three, {3, 2, 1, 6, 5, 4}},
-        {"rgba to rgba carries alpha", kRgba8, kRgba8, 2, four, {1, 2, 3, 4, 5, 6, 7, 8}},
-        {"rgba to bgra carries alpha", kRgba8, kBgra8, 2, four, {3, 2, 1, 4, 7, 6, 5, 8}},
-        {"rgba to rgb drops alpha", kRgba8, kRgb8, 2, four, {1, 2, 3, 5, 6, 7}},
-        {"rgba to bgr", kRgba8, kBgr8, 2, four, {3, 2, 1, 7, 6, 5}},
-        {"bgra to bgra", kBgra8, kBgra8, 2, four, {1, 2, 3, 4, 5, 6, 7, 8}},
-        {"bgra to bgr", kBgra8, kBgr8, 2, four, {1, 2, 3, 5, 6, 7}},
-        {"bgra to rgb", kBgra8, kRgb8, 2, four, {3, 2, 1, 7, 6, 5}},
+    RunCases(&CImgProc::mConvRGB, {
+        {"rgb to rgb", kRgb8, kRgb8, 2, 1, three, {1, 2, 3, 4, 5, 6}},
+        {"rgb to bgr", kRgb8, kBgr8, 2, 1, three, {3, 2, 1, 6, 5, 4}},
+        {"rgb to rgba adds opaque", kRgb8, kRgba8, 2, 1, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
+        {"rgb to bgra", kRgb8, kBgra8, 2, 1, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
+        {"bgr to bgr", kBgr8, kBgr8, 2, 1, three, {1, 2, 3, 4, 5, 6}},
+        {"bgr to rgba", kBgr8, kRgba8, 2, 1, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
+        {"bgr to bgra", kBgr8, kBgra8, 2, 1, three, {1, 2, 3, 0xFF, 4, 5, 6, 0xFF}},
+        {"bgr to rgb, off the lists", kBgr8, kRgb8, 2, 1, three, {3, 2, 1, 6, 5, 4}},
+        {"rgba to rgba carries alpha", kRgba8, kRgba8, 2, 1, four, {1, 2, 3, 4, 5, 6, 7, 8}},
+        {"rgba to bgra carries alpha", kRgba8, kBgra8, 2, 1, four, {3, 2, 1, 4, 7, 6, 5, 8}},
+        {"rgba to rgb drops alpha", kRgba8, kRgb8, 2, 1, four, {1, 2, 3, 5, 6, 7}},
+        {"rgba to bgr", kRgba8, kBgr8, 2, 1, four, {3, 2, 1, 7, 6, 5}},
+        {"bgra to bgra", kBgra8, kBgra8, 2, 1, four, {1, 2, 3, 4, 5, 6, 7, 8}},
+        {"bgra to bgr", kBgra8, kBgr8, 2, 1, four, {1, 2, 3, 5, 6, 7}},
+        {"bgra to rgb", kBgra8, kRgb8, 2, 1, four, {3, 2, 1, 7, 6, 5}},
         // Deep sources go through the tables, not shifts.
-        {"rgb12 to rgb8 rounds", kRgb12, kRgb8, 1, Words({4095, 2048, 100}), {255, 128, 6}},
-        {"rgb10 to bgr8", kRgb10, kBgr8, 1, Words({1023, 512, 0}), {0, 128, 255}},
-        {"rgb10 to rgba8", kRgb10, kRgba8, 1, Words({1023, 512, 0}), {255, 128, 0, 0xFF}},
-        {"bgr12 to bgra8", kBgr12, kBgra8, 1, Words({4095, 2048, 100}), {255, 128, 6, 0xFF}},
-        {"bgr10 to rgba8", kBgr10, kRgba8, 1, Words({1023, 512, 0}), {0, 128, 255, 0xFF}},
-        {"rgb10 to itself", kRgb10, kRgb10, 1, Words({1023, 512, 7}), Words({1023, 512, 7})},
-        {"rgb10 to bgr10", kRgb10, kBgr10, 1, Words({1023, 512, 7}), Words({7, 512, 1023})},
-        {"bgr12 to rgb10 lowers depth", kBgr12, kRgb10, 1, Words({4095, 2048, 7}), Words({2, 512, 1023})},
+        {"rgb12 to rgb8 rounds", kRgb12, kRgb8, 1, 1, Words({4095, 2048, 100}), {255, 128, 6}},
+        {"rgb10 to bgr8", kRgb10, kBgr8, 1, 1, Words({1023, 512, 0}), {0, 128, 255}},
+        {"rgb10 to rgba8", kRgb10, kRgba8, 1, 1, Words({1023, 512, 0}), {255, 128, 0, 0xFF}},
+        {"bgr12 to bgra8", kBgr12, kBgra8, 1, 1, Words({4095, 2048, 100}), {255, 128, 6, 0xFF}},
+        {"bgr10 to rgba8", kBgr10, kRgba8, 1, 1, Words({1023, 512, 0}), {0, 128, 255, 0xFF}},
+        // Two pixels: 16-bit pixels lie 6 bytes apart.
+        {"rgb10 to itself", kRgb10, kRgb10, 2, 1, Words({1023, 512, 7, 1, 2, 3}), Words({1023, 512, 7, 1, 2, 3})},
+        {"rgb10 to bgr10", kRgb10, kBgr10, 2, 1, Words({1023, 512, 7, 1, 2, 3}), Words({7, 512, 1023, 3, 2, 1})},
+        {"bgr12 to rgb10 lowers depth", kBgr12, kRgb10, 2, 1, Words({4095, 2048, 7, 4095, 0, 0}),
+         Words({2, 512, 1023, 0, 0, 1023})},
         // The mono8 path reads the row as bytes: pixel 0 sees FF 03 FF, pixel 1
         // sees 03 FF 03, each through a table for 0..1023.
-        {"rgb10 white to mono8 mixes bytes", kRgb10, kMono8, 2, Words({1023, 1023, 1023, 1023, 1023, 1023}),
+        {"rgb10 white to mono8 mixes bytes", kRgb10, kMono8, 2, 1, Words({1023, 1023, 1023, 1023, 1023, 1023}),
          {26, 38}},
-        {"rgb12 to mono16 on words", kRgb12, kMono16, 1, Words({4095, 0, 1}), Words({19662})},
-        {"rgb10 to mono10 on words", kRgb10, kMono10, 1, Words({100, 200, 300}), Words({180})},
+        {"rgb12 to mono16 on words", kRgb12, kMono16, 1, 1, Words({4095, 0, 1}), Words({19662})},
+        {"rgb10 to mono10 on words", kRgb10, kMono10, 1, 1, Words({100, 200, 300}), Words({180})},
         // Grey weighs by memory position.
-        {"white", kRgb8, kMono8, 1, {255, 255, 255}, {255}},
-        {"rgb red, green, blue", kRgb8, kMono8, 3, {255, 0, 0, 0, 255, 0, 0, 0, 255}, {76, 153, 25}},
-        {"bgr blue first weighs 30", kBgr8, kMono8, 2, {255, 0, 0, 0, 0, 255}, {76, 25}},
-        {"rgba ignores alpha", kRgba8, kMono8, 2, {255, 0, 0, 9, 0, 0, 255, 9}, {76, 25}},
-        {"bgra ignores alpha", kBgra8, kMono8, 2, {0, 0, 255, 9, 100, 200, 50, 9}, {25, 155}},
+        {"white", kRgb8, kMono8, 1, 1, {255, 255, 255}, {255}},
+        {"rgb red, green, blue", kRgb8, kMono8, 3, 1, {255, 0, 0, 0, 255, 0, 0, 0, 255}, {76, 153, 25}},
+        {"bgr blue first weighs 30", kBgr8, kMono8, 2, 1, {255, 0, 0, 0, 0, 255}, {76, 25}},
+        {"rgba ignores alpha", kRgba8, kMono8, 2, 1, {255, 0, 0, 9, 0, 0, 255, 9}, {76, 25}},
+        {"bgra ignores alpha", kBgra8, kMono8, 2, 1, {0, 0, 255, 9, 100, 200, 50, 9}, {25, 155}},
         // Destinations no branch serves are left alone.
-        {"8-bit to mono16", kRgb8, kMono16, 1, {1, 2, 3}, {E, E}},
-        {"8-bit to a deeper colour", kRgb8, kRgb10, 1, {1, 2, 3}, {E, E, E, E, E, E}},
-        {"to a deeper plane", kRgb10, kPlanar10, 1, Words({1, 2, 3}), {E, E, E, E, E, E}},
-        {"no yuv path", kRgb8, kYuv422, 1, {1, 2, 3}, {E, E}},
-    };
-    for (const Case& c : cases)
-        Run(c);
+        {"8-bit to mono16", kRgb8, kMono16, 1, 1, {1, 2, 3}, {E, E}},
+        {"8-bit to a deeper colour", kRgb8, kRgb10, 1, 1, {1, 2, 3}, {E, E, E, E, E, E}},
+        {"to a deeper plane", kRgb10, kPlanar10, 1, 1, Words({1, 2, 3}), {E, E, E, E, E, E}},
+        // Any planar code counts as planes: a 12-bit plane view claiming 8
+        // bits gets bytes two apart.
+        {"into any planar code", kRgb12, {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 8}, 1, 1, Words({4095, 2048, 100}),
+         {255, E, 128, E, 6, E}},
+        {"no yuv path", kRgb8, kYuv422, 1, 1, {1, 2, 3}, {E, E}},
+    });
 }
 
 // Distinct tables show which one each memory position reads: OnConvert's own
 // build is skipped because the key already fits.
-TEST_F(RgbConverterTest, EachMemoryPositionUsesItsOwnTable)
+TEST(RgbConverter, EachMemoryPositionUsesItsOwnTable)
 {
     struct Poked {
         const char* what;
@@ -100,7 +81,7 @@ TEST_F(RgbConverterTest, EachMemoryPositionUsesItsOwnTable)
         {"words to bytes keep low bytes", kBgr10, kRgb8, Words({1, 2, 3}), {33, 22, 11}},
     };
     for (const Poked& c : cases) {
-        proc = MakeImage();
+        std::unique_ptr<CImgProc> proc = MakeImage();
         Bytes src = c.source;
         Bytes dst(c.expected.size(), E);
         Bind(proc->mMemSrc, src, 1, 1, c.src);
@@ -121,8 +102,9 @@ TEST_F(RgbConverterTest, EachMemoryPositionUsesItsOwnTable)
     }
 }
 
-TEST_F(RgbConverterTest, PlanarDestinationUsesRegionPitchTimesHeight)
+TEST(RgbConverter, PlanarDestinationUsesRegionPitchTimesHeight)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     // 2x2 region at column 1 of a 3x2 planar frame: planes lie 4 bytes apart
     // from each row start, not 6, so later rows overwrite earlier planes.
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
@@ -134,8 +116,9 @@ TEST_F(RgbConverterTest, PlanarDestinationUsesRegionPitchTimesHeight)
     EXPECT_EQ((Bytes{E, 3, 6, E, 9, 12, 5, E, 8, 11, 4, E, 7, 10, E, E, E, E}), dst);
 }
 
-TEST_F(RgbConverterTest, RegionsAndTheRowEnds)
+TEST(RgbConverter, RegionsAndTheRowEnds)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     // 1x2 region at (1, 0) of a 3x2 source into column 2 of a 3x2 destination.
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
     Bytes dst(24, E);
@@ -147,8 +130,9 @@ TEST_F(RgbConverterTest, RegionsAndTheRowEnds)
     EXPECT_EQ((Bytes{E, E, E, E, E, E, E, E, 6, 5, 4, 0xFF, E, E, E, E, E, E, E, E, 15, 14, 13, 0xFF}), dst);
 }
 
-TEST_F(RgbConverterTest, NullRowStopsAndKeepsEarlierRows)
+TEST(RgbConverter, NullRowStopsAndKeepsEarlierRows)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     // A chunk of 5 bytes still places row 1 (offset 3), not row 2 (offset 6).
     Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9};
     Bytes dst(9, E);
@@ -158,8 +142,9 @@ TEST_F(RgbConverterTest, NullRowStopsAndKeepsEarlierRows)
     EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6, E, E, E}), dst);
 }
 
-TEST_F(RgbConverterTest, EffectiveDepthDecidesTheElementWidth)
+TEST(RgbConverter, EffectiveDepthDecidesTheElementWidth)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     // An rgb8 source claiming 9 bits is read as words.
     Bytes src = {10, 0, 20, 0, 30, 0};
     Bytes dst(3, E);
@@ -169,8 +154,9 @@ TEST_F(RgbConverterTest, EffectiveDepthDecidesTheElementWidth)
     EXPECT_EQ((Bytes{10, 20, 30}), dst);
 }
 
-TEST_F(RgbConverterTest, OtherSourcesAreAFault)
+TEST(RgbConverterDeathTest, OtherSourcesAreAFault)
 {
+    std::unique_ptr<CImgProc> proc = MakeImage();
     Bytes src(4), dst(4);
     Bind(proc->mMemSrc, src, 1, 1, kMono8);
     Bind(proc->mMemDst, dst, 1, 1, kRgb8);

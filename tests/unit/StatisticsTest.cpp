@@ -2,6 +2,7 @@
 // bright figures, each family's sampling, and getAverage's paths.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -77,6 +78,8 @@ TEST(StatisticsReduction, HandMadeHistograms)
         {"16-bit bright tail", 16, std::vector<int>(12, 40000), {40000, 40000, 0}},
         {"12-bit classes", 12, {3838, 3839, 4078, 4079, 4095}, {3985, 3985, 3985}},
         {"nothing sampled", 8, {}, {0, 0, 0}},
+        // Without a cut the bright tail runs down to bin 0.
+        {"bright tail reaches bin 0", 8, {0, 0, 30}, {10, 10, 10}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -128,6 +131,12 @@ TEST(Statistics, FlatFramesOfEveryFamily)
         {"white rgb8", KORVA_PIXTYPE_RGB8_PACKED, {255}, 254.0},
         {"bgr8 weighs its first byte as blue", KORVA_PIXTYPE_BGR8_PACKED, {200, 0, 0}, 22.0},
         {"rgba8", KORVA_PIXTYPE_RGBA8_PACKED, {100, 100, 100, 0}, 100.0},
+        // Red weighs 29 %, blue 11 %: which end is red decides 58 or 22.
+        {"rgba8 red first", KORVA_PIXTYPE_RGBA8_PACKED, {200, 0, 0, 0}, 58.0},
+        {"bgra8 blue first", KORVA_PIXTYPE_BGRA8_PACKED, {200, 0, 0, 0}, 22.0},
+        {"rgb10 red first", KORVA_PIXTYPE_RGB10_PACKED, {200, 0, 0, 0, 0, 0}, 58.0},
+        {"rgb12 red first", KORVA_PIXTYPE_RGB12_PACKED, {200, 0, 0, 0, 0, 0}, 58.0},
+        {"bgr12 blue first", KORVA_PIXTYPE_BGR12_PACKED, {200, 0, 0, 0, 0, 0}, 22.0},
         {"rgb12", KORVA_PIXTYPE_RGB12_PACKED, {0x00, 0x01}, 255.0},
         {"planar8", KORVA_PIXTYPE_RGB8_PLANAR, {90}, 90.0},
         {"yuv422 luma", KORVA_PIXTYPE_YUV422_PACKED, {128, 60}, 60.0},
@@ -176,6 +185,27 @@ TEST(Statistics, PathChoiceAndFailures)
     auto small = FlatFrame(KORVA_PIXTYPE_MONO8, 20, 20, {9});
     EXPECT_EQ(small->getAverage(&average, 10, 10, 30, 30), RESULT_FAIL);
     EXPECT_EQ(average, 255.0);
+
+    // Blocks of an eighth of the width each: halves of 10 and 250 average
+    // to 130 only if no block reaches across the middle.
+    std::vector<unsigned char> halves(200, 10);
+    std::fill(halves.begin() + 100, halves.end(), 250);
+    EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_MONO8, 200, 200, halves)->getAverage(&average, 0, 0, 200, 200), RESULT_OK);
+    EXPECT_EQ(average, 130.0);
+
+    // Planes are sampled up to the region's edge, not at it: the columns
+    // from 96 on hold 250.
+    std::vector<unsigned char> edge(100, 90);
+    std::fill(edge.begin() + 96, edge.end(), 250);
+    EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PLANAR, 100, 100, edge)->getAverage(&average, 0, 0, 96, 96), RESULT_OK);
+    EXPECT_EQ(average, 90.0);
+
+    // A packed view left at 8 bits by a truncated transform: no shift and
+    // no bits of the middle byte.
+    auto packed = FlatFrame(KORVA_PIXTYPE_MONO12_PACKED, 100, 100, {0x12, 0x35, 0x12});
+    packed->mMemSrc.miBppEff = 8;
+    EXPECT_EQ(packed->getAverage(&average, 0, 0, 100, 100), RESULT_OK);
+    EXPECT_EQ(average, 18.0);
 
     // No converter: nothing written.
     auto planar16 = FlatFrame(KORVA_PIXTYPE_RGB16_PLANAR, 100, 100, {1});

@@ -52,6 +52,11 @@ const Format kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10};
 const Format kPlanar12 = {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 12};
 const Format kPlanar16 = {KORVA_PIXTYPE_RGB16_PLANAR, 6.0, 16};
 const Format kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8};
+const Format kYuv411 = {KORVA_PIXTYPE_YUV411_PACKED, 1.5, 8};
+const Format kYuv444 = {KORVA_PIXTYPE_YUV444_PACKED, 3.0, 8};
+const Format kMono12 = {KORVA_PIXTYPE_MONO12, 2.0, 12};
+const Format kMono14 = {KORVA_PIXTYPE_MONO14, 2.0, 14};
+const Format kMono10Packed = {KORVA_PIXTYPE_MONO10_PACKED, 1.5, 10};
 
 // An image object whose buffers belong to the test: the external kind keeps
 // its destructor from releasing them.
@@ -156,6 +161,36 @@ inline std::unique_ptr<CImgProc> MakeFrame(int format, int w, int h, const std::
     auto image = std::make_unique<CImgProc>();
     LayFrame(*image, format, w, h, byteAt, header, chunks);
     return image;
+}
+
+// One converter run on test-owned buffers: the source holds `source`, the
+// destination starts as kUntouched and must end as `expected`.
+struct Case {
+    const char* what;
+    Format src, dst;
+    int32_t width, height;
+    Bytes source, expected;
+};
+
+// Runs converter `conv` of a fresh object on each case; `tune` may change the
+// object after the views are bound. The source must stay as it was.
+template <typename C>
+void RunCases(C CImgProc::*conv, const std::vector<Case>& cases,
+              const std::function<void(CImgProc&)>& tune = [](CImgProc&) {})
+{
+    for (const Case& c : cases) {
+        std::unique_ptr<CImgProc> proc = MakeImage();
+        Bytes src = c.source;
+        Bytes dst(c.expected.size(), kUntouched);
+        proc->mMemSrc.SetPixelFormat(c.src.code, &proc->mPixelFormatMap[c.src.code]);  // stored bits
+        proc->mMemDst.SetPixelFormat(c.dst.code, &proc->mPixelFormatMap[c.dst.code]);
+        Bind(proc->mMemSrc, src, c.width, c.height, c.src);
+        Bind(proc->mMemDst, dst, c.width, c.height, c.dst);
+        tune(*proc);
+        EXPECT_TRUE(((*proc).*conv).Convert()) << c.what;
+        EXPECT_EQ(c.expected, dst) << c.what;
+        EXPECT_EQ(c.source, src) << c.what;
+    }
 }
 
 struct Rgb {

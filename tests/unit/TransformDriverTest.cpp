@@ -1,224 +1,242 @@
-// The transform driver: which path a frame takes, what reaches the
-// destination object, and the result code and status of every exit.
-#include "TestFrames.h"
+// Every exit of the transforms, reached through the image interface: the
+// result code, what the destination object carries afterwards, and the
+// details of the exits where bytes travel.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "ImgProc.h"
 
 namespace {
 
-const int kHeader = 8;
+struct Pair {
+    std::unique_ptr<CImgProc> source_object = std::make_unique<CImgProc>();
+    std::unique_ptr<CImgProc> target_object = std::make_unique<CImgProc>();
+    IKVImage* source = source_object.get();
+    IKVImage* target = target_object.get();
+    std::vector<unsigned char> foreign = std::vector<unsigned char>(256, 0xEE);
+    unsigned char* base = nullptr;
+    unsigned char* targetBase = nullptr;
 
-// A frame as a host lays it: a header chunk at the buffer's start and the
-// image chunk behind it.
-std::unique_ptr<CImgProc> MakeFrame(int format, int width, int height, bool chunks = true)
-{
-    auto image = testframes::MakeFrame(
-        format, width, height, [](int i) { return i < kHeader ? "HEADER!!"[i] : (i - kHeader) * 7 + 3; }, kHeader,
-        chunks);
-    image->setNumber(11, 12);
-    image->setTimeStamp(13, 14);
-    image->setCameraIndex(2);
-    return image;
-}
+    // A 4x4 frame of `format` with an 8-byte header, status 0, number 7 8;
+    // its bytes count 1, 2, 3, ...
+    void Frame(int format, bool chunks = true)
+    {
+        source->setSize(4, 4);
+        source->setPixelFormat(format);
+        const int size = source_object->CalculateImageSize(format, 4, 4);
+        source->allocateBuffer(8 + size);
+        source->getBuffer(&base);
+        for (int i = 0; i < 8 + size; ++i)
+            base[i] = static_cast<unsigned char>(i + 1);
+        if (chunks) {
+            source->setHeader(base, 8);
+            source->setChunkOfData(KORVA_CHUNK_IMAGE, base + 8, size, 0, size);
+        }
+        source->setNumber(7, 8);
+        source->setState(KORVA_IMAGESTATE_OK);
+    }
+    int Format(IKVImage* image)
+    {
+        int format = 0;
+        image->getPixelFormat(&format);
+        return format;
+    }
+};
 
-// Every exit of a transform must leave both mutexes free.
-void ExpectUnlocked(CImgProc& image)
-{
-    ASSERT_EQ(pthread_mutex_trylock(&image.mTransformMutex), 0);
-    pthread_mutex_unlock(&image.mTransformMutex);
-}
-
-KORVA_ImageStatus StateOf(CImgProc& image)
+int StateOf(IKVImage* image)
 {
     KORVA_ImageStatus state = KORVA_IMAGESTATE_NOT_SET;
-    image.getState(&state);
-    return state;
+    return image->getState(&state) == RESULT_OK ? state : -1;
 }
 
-TEST(TransformDriver, UnsetStatusTakesTheVerbatimPath)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO12, 6, 4);
-    auto target = std::make_unique<CImgProc>();
-    target->setDestinationPixelFormat(KORVA_PIXTYPE_MONO8);  // has no effect on this path
-    ASSERT_EQ(source->doTransformImageObject(target.get()), RESULT_OK);
-    ExpectUnlocked(*source);
-    ExpectUnlocked(*target);
+enum Carried { kNothing, kBufferOnly, kHandOver, kRefused };
+enum Layout { kLaid, kNoChunks, kFormatOnly, kFormatZero };
+enum Target { kPlain, kOwn64, kOwn500, kForeign64, kForeign23, kSystem23, kExternalKind };
+enum Call { kToNull, kToObject, kToBuffer, kCopy, kCopyAfterTransform };
 
-    ASSERT_EQ(target->mMemSrc.miBufferLength, source->mMemSrc.miBufferLength);
-    EXPECT_EQ(std::memcmp(target->mMemSrc.mpBasePointer, source->mMemSrc.mpBasePointer,
-                          static_cast<size_t>(source->mMemSrc.miBufferLength)),
-              0);
-    int format = 0, a = 0, b = 0;
-    target->getPixelFormat(&format);
-    EXPECT_EQ(static_cast<uint32_t>(format), static_cast<uint32_t>(KORVA_PIXTYPE_MONO12));
-    EXPECT_EQ(target->mMemDst.miPixelFormat, static_cast<uint32_t>(KORVA_PIXTYPE_MONO8));  // the wish stays
-    EXPECT_EQ(target->getNumber(&a, &b), RESULT_OK);
-    EXPECT_EQ(a * 100 + b, 1112);
-    EXPECT_EQ(target->getTimeStamp(&a, &b), RESULT_OK);
-    EXPECT_EQ(a * 100 + b, 1314);
-    EXPECT_EQ(target->getState(nullptr), RESULT_NOT_SUPPORTED);
-    unsigned char* header = nullptr;
-    ASSERT_EQ(target->getHeader(&header), RESULT_OK);
-    EXPECT_EQ(header, target->mMemSrc.mpBasePointer);
-    unsigned char* pixels = nullptr;
-    ASSERT_EQ(target->get(&pixels), RESULT_OK);
-    EXPECT_EQ(pixels, target->mMemSrc.mpBasePointer + kHeader);
-}
+const int M8 = KORVA_PIXTYPE_MONO8, M12 = KORVA_PIXTYPE_MONO12, M16 = KORVA_PIXTYPE_MONO16,
+          RGB8 = KORVA_PIXTYPE_RGB8_PACKED, P8 = KORVA_PIXTYPE_RGB8_PLANAR, P16 = KORVA_PIXTYPE_RGB16_PLANAR;
+const int OK = KORVA_IMAGESTATE_OK, UNSET = KORVA_IMAGESTATE_NOT_SET, TRUNC = KORVA_IMAGESTATE_TRUNCATED,
+          FAILED = KORVA_IMAGESTATE_CONVERT_FAILED;
 
-TEST(TransformDriver, SameFormatCopiesTheImageRawWithChunks)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO8, 5, 3);
-    source->setState(KORVA_IMAGESTATE_OK);
-    auto target = std::make_unique<CImgProc>();
-    ASSERT_EQ(source->doTransformImageObject(target.get()), RESULT_OK);
-    ASSERT_NE(target->mMemSrc.mpBasePointer, nullptr);
-    EXPECT_EQ(target->mMemSrc.miBufferLength, kHeader + 15);
-    EXPECT_EQ(std::memcmp(target->mMemSrc.mpBasePointer, source->mMemSrc.mpBasePointer, kHeader + 15), 0);
-    EXPECT_EQ(StateOf(*target), KORVA_IMAGESTATE_OK);
-    EXPECT_EQ(source->mMemDst.miPixelFormat, static_cast<uint32_t>(KORVA_PIXTYPE_MONO8));
-}
+struct Row {
+    const char* name;
+    Layout layout;
+    int format, status;
+    Target target;
+    int wish;                   // of the destination object, or of the source for buffer calls
+    int rangeLeft, rangeRight;  // the source's destination range, 0 0: none
+    Call call;
+    int length;  // of the bare buffer
+    int result;
+    Carried carried;
+    int target_state;                        // -1: none reported
+    std::function<void(Pair&)> check = {};  // what else the exit leaves
+};
 
-TEST(TransformDriver, RefusedWishMarksAndEmptiesTheDestination)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO8, 4, 4);
-    source->setState(KORVA_IMAGESTATE_OK);
-    auto target = std::make_unique<CImgProc>();
-    ASSERT_EQ(target->allocateBuffer(100), RESULT_OK);
-    target->setNumber(1, 1);
-    ASSERT_EQ(target->setDestinationPixelFormat(KORVA_PIXTYPE_RGB8_PACKED), RESULT_OK);  // loose test
-    EXPECT_EQ(source->doTransformImageObject(target.get()), RESULT_NOT_SUPPORTED);
-    EXPECT_EQ(StateOf(*target), KORVA_IMAGESTATE_CONVERT_FAILED);
-    EXPECT_EQ(target->mMemSrc.mpBasePointer, nullptr);
-    int a = 0, b = 0;
-    EXPECT_EQ(target->getNumber(&a, &b), RESULT_OK);  // nothing else changed
-    ExpectUnlocked(*source);
-    ExpectUnlocked(*target);
-
+const Row kRows[] = {
+    {"destination null", kLaid, M8, OK, kPlain, 0, 0, 0, kToNull, 0, RESULT_BAD_PARAM, kNothing, -1},
+    {"verbatim, format refused", kFormatZero, M8, UNSET, kPlain, 0, 0, 0, kToObject, 0, RESULT_BAD_PARAM, kNothing, -1},
+    {"verbatim, nothing to allocate", kFormatOnly, M8, UNSET, kPlain, 0, 0, 0, kToObject, 0, RESULT_BAD_PARAM,
+     kNothing, -1},
+    {"foreign kind without buffer", kLaid, M8, OK, kExternalKind, 0, 0, 0, kToObject, 0, RESULT_ERROR, kNothing, -1},
+    {"verbatim, foreign buffer too short", kLaid, M8, TRUNC, kSystem23, 0, 0, 0, kToObject, 0, RESULT_ERROR, kNothing,
+     -1},
+    // An unset status copies the whole buffer whatever the wish, which stays.
+    {"verbatim, whole buffer", kLaid, M12, UNSET, kPlain, M8, 0, 0, kToObject, 0, RESULT_OK, kHandOver, -1,
+     [](Pair& p) {
+         unsigned char *buffer = nullptr, *header = nullptr, *pixels = nullptr;
+         p.target->getBuffer(&buffer);
+         EXPECT_EQ(std::memcmp(buffer, p.base, 40), 0);
+         EXPECT_EQ(p.target_object->mMemSrc.miBufferLength, 40);
+         EXPECT_EQ(p.Format(p.target), M12);
+         EXPECT_EQ(p.target_object->mMemDst.miPixelFormat, static_cast<uint32_t>(M8));
+         p.target->getHeader(&header);
+         p.target->get(&pixels);
+         EXPECT_EQ(header, buffer);
+         EXPECT_EQ(pixels, buffer + 8);
+     }},
+    {"destination not offered", kLaid, M8, OK, kOwn64, M16, 0, 0, kToObject, 0, RESULT_NOT_SUPPORTED, kRefused, FAILED},
     // A foreign buffer is forgotten, not released.
-    std::vector<unsigned char> foreign(64);
-    target->setBuffer(foreign.data(), 64);
-    EXPECT_EQ(source->doTransformImageObject(target.get()), RESULT_NOT_SUPPORTED);
-    EXPECT_EQ(target->mMemSrc.mpBasePointer, nullptr);
-    EXPECT_EQ(target->miBufferType, KORVA_BUFFER_EXTERNAL);
-}
+    {"destination not offered, foreign buffer", kLaid, M8, OK, kForeign64, RGB8, 0, 0, kToObject, 0,
+     RESULT_NOT_SUPPORTED, kRefused, FAILED,
+     [](Pair& p) { EXPECT_EQ(p.target_object->miBufferType, KORVA_BUFFER_EXTERNAL); }},
+    // The raw frame goes as far as the buffer reaches, the wish's depth with it.
+    {"converting, foreign buffer too short", kLaid, M12, OK, kForeign23, M8, 0, 0, kToObject, 0, RESULT_FAIL,
+     kHandOver, TRUNC,
+     [](Pair& p) {
+         EXPECT_EQ(std::memcmp(p.foreign.data(), p.base, 23), 0);
+         EXPECT_EQ(p.foreign[23], 0xEE);
+         EXPECT_EQ(p.Format(p.target), M12);
+         EXPECT_EQ(p.target_object->mMemSrc.miBppEff, 8);
+         EXPECT_EQ(StateOf(p.source), KORVA_IMAGESTATE_TRUNCATED);
+     }},
+    {"no chunks", kNoChunks, M8, OK, kPlain, 0, 0, 0, kToObject, 0, RESULT_FAIL, kBufferOnly, -1},
+    {"no converter", kLaid, P16, OK, kPlain, P8, 0, 0, kToObject, 0, RESULT_FAIL, kBufferOnly, -1},
+    // A failed conversion still hands over; the status then selects the
+    // verbatim path until the host resets it.
+    {"converter refuses", kLaid, M12, OK, kPlain, M8, 0, 3, kToObject, 0, RESULT_FAIL, kHandOver, FAILED,
+     [](Pair& p) {
+         unsigned char* header = nullptr;
+         p.target->getHeader(&header);
+         EXPECT_EQ(std::memcmp(header, p.base, 8), 0);
+         EXPECT_EQ(p.Format(p.target), M8);
+         EXPECT_EQ(StateOf(p.source), KORVA_IMAGESTATE_CONVERT_FAILED);
+         EXPECT_EQ(p.source->doTransformImageObject(p.target), RESULT_OK);
+         EXPECT_EQ(p.Format(p.target), M12);
+     }},
+    {"converted into a longer own buffer", kLaid, M12, OK, kOwn500, M8, 0, 0, kToObject, 0, RESULT_OK, kHandOver, OK,
+     [](Pair& p) {
+         CMemoryAccess& view = p.target_object->mMemSrc;
+         EXPECT_EQ(view.mpBasePointer, p.targetBase);  // reused
+         EXPECT_EQ(view.miBufferLength, 500);
+         EXPECT_EQ(view.GetLengthOfAllChunks(), 8 + 16);
+         int length = 0;
+         p.source->getTransformBufferLength(&length);
+         EXPECT_EQ(length, 8 + 16);  // the chunks' overhead counts
+         EXPECT_EQ(p.Format(p.target), M8);
+     }},
+    {"to buffer, no format", kLaid, M8, OK, kPlain, 0, 0, 0, kToBuffer, 16, RESULT_FAIL, kNothing, -1},
+    {"to buffer, too short", kLaid, M12, OK, kPlain, M8, 0, 0, kToBuffer, 15, RESULT_ERROR, kNothing, -1,
+     [](Pair& p) { EXPECT_EQ(p.source_object->mMemDst.mpBasePointer, nullptr); }},
+    {"to buffer, no converter", kLaid, P16, OK, kPlain, P8, 0, 0, kToBuffer, 48, RESULT_FAIL, kNothing, -1},
+    {"to buffer, converter refuses", kLaid, M12, OK, kPlain, M8, 1, 4, kToBuffer, 16, RESULT_FAIL, kNothing, -1},
+    {"to buffer, converted", kLaid, M8, OK, kPlain, M8, 0, 0, kToBuffer, 16, RESULT_OK, kNothing, -1,
+     [](Pair& p) {
+         EXPECT_EQ(std::memcmp(p.foreign.data(), p.base + 8, 16), 0);
+         EXPECT_EQ(p.foreign[16], 0xEE);
+         EXPECT_EQ(StateOf(p.source), KORVA_IMAGESTATE_OK);
+     }},
+    {"copy, other length", kLaid, M8, OK, kPlain, 0, 0, 0, kCopy, 16, RESULT_ERROR, kNothing, -1},
+    {"copy, same length", kLaid, M8, OK, kPlain, M8, 0, 0, kCopyAfterTransform, 16, RESULT_FAIL, kNothing, -1,
+     [](Pair& p) { EXPECT_EQ(p.source_object->mMemDst.mpBasePointer, p.foreign.data() + 1); }},
+};
 
-TEST(TransformDriver, ShortForeignBufferGetsTheRawFrameAsFarAsItFits)
+int RunRow(Pair& p, const Row& row)
 {
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO12, 4, 4);  // 32 image bytes
-    source->setState(KORVA_IMAGESTATE_OK);
-    auto target = std::make_unique<CImgProc>();
-    target->setDestinationPixelFormat(KORVA_PIXTYPE_MONO8);
-    // The MONO8 result with its header needs 8 + 16 bytes; one less is there.
-    std::vector<unsigned char> foreign(kHeader + 16 - 1 + 64, 0xEE);
-    target->setBuffer(foreign.data(), kHeader + 15);
-    EXPECT_EQ(source->doTransformImageObject(target.get()), RESULT_FAIL);
-    int format = 0;
-    target->getPixelFormat(&format);
-    EXPECT_EQ(static_cast<uint32_t>(format), static_cast<uint32_t>(KORVA_PIXTYPE_MONO12));
-    EXPECT_EQ(target->mMemSrc.miBppEff, 8);  // depth of the wish travels on
-    EXPECT_EQ(StateOf(*target), KORVA_IMAGESTATE_TRUNCATED);
-    EXPECT_EQ(StateOf(*source), KORVA_IMAGESTATE_TRUNCATED);
-    // Raw bytes up to the buffer's end, nothing behind it.
-    EXPECT_EQ(std::memcmp(foreign.data(), source->mMemSrc.mpBasePointer, kHeader + 15), 0);
-    EXPECT_EQ(foreign[kHeader + 15], 0xEE);
-    ExpectUnlocked(*source);
-    ExpectUnlocked(*target);
+    if (row.layout == kFormatOnly) {
+        p.source->setPixelFormat(row.format);
+    } else {
+        p.Frame(row.format, row.layout != kNoChunks);
+        if (row.layout == kFormatZero)
+            p.source->setPixelFormat(0);
+    }
+    p.source->setState(static_cast<KORVA_ImageStatus>(row.status));
+    if (row.rangeRight != 0)
+        p.source->setDestinationRange(row.rangeLeft, 0, row.rangeRight, 4);
+    IKVImage* wisher = row.call == kToObject ? p.target : p.source;
+    if (row.wish != 0)
+        wisher->setDestinationPixelFormat(row.wish);
+    switch (row.target) {
+    case kOwn64: p.target->allocateBuffer(64); break;
+    case kOwn500: p.target->allocateBuffer(500); break;
+    case kForeign64: p.target->setBuffer(p.foreign.data(), 64); break;
+    case kForeign23: p.target->setBuffer(p.foreign.data(), 23); break;
+    case kSystem23: p.target->setSystemBuffer(p.foreign.data(), 23); break;
+    case kExternalKind: p.target->useExternalBuffer(true); break;
+    case kPlain: break;
+    }
+    p.target->getBuffer(&p.targetBase);
+    switch (row.call) {
+    case kToNull: return p.source->doTransformImageObject(nullptr);
+    case kToObject: return p.source->doTransformImageObject(p.target);
+    case kToBuffer: return p.source->doTransform(p.foreign.data(), row.length);
+    case kCopy: return p.source->doCopy(p.foreign.data(), row.length);
+    case kCopyAfterTransform:
+        p.source->doTransform(p.foreign.data(), row.length);
+        return p.source->doCopy(p.foreign.data() + 1, row.length);
+    }
+    return 0;
 }
 
-TEST(TransformDriver, LongerOwnBufferIsReused)
+TEST(TransformDriver, EveryExit)
 {
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO8, 4, 4);
-    source->setState(KORVA_IMAGESTATE_OK);
-    auto target = std::make_unique<CImgProc>();
-    ASSERT_EQ(target->allocateBuffer(500), RESULT_OK);
-    unsigned char* own = target->mMemSrc.mpBasePointer;
-    ASSERT_EQ(source->doTransformImageObject(target.get()), RESULT_OK);
-    EXPECT_EQ(target->mMemSrc.mpBasePointer, own);
-    EXPECT_EQ(target->mMemSrc.miBufferLength, 500);
-    EXPECT_EQ(target->mMemSrc.GetChunkLength(KORVA_CHUNK_IMAGE), 16);
-    EXPECT_EQ(target->mMemSrc.GetLengthOfAllChunks(), kHeader + 16);
+    for (const Row& row : kRows) {
+        SCOPED_TRACE(row.name);
+        Pair pair;
+        EXPECT_EQ(RunRow(pair, row), row.result);
+        unsigned char* buffer = nullptr;
+        const bool has_buffer = pair.target->getBuffer(&buffer) == RESULT_OK;
+        int first = 0, second = 0;
+        const bool handed_over = pair.target->getNumber(&first, &second) == RESULT_OK;
+        EXPECT_EQ(handed_over, row.carried == kHandOver);
+        EXPECT_TRUE(row.carried != kHandOver || first * 10 + second == 78);
+        EXPECT_TRUE(row.carried != kBufferOnly || has_buffer);
+        EXPECT_TRUE(row.carried != kRefused || !has_buffer);
+        EXPECT_EQ(StateOf(pair.target), row.target_state);
+        if (row.check)
+            row.check(pair);
+        // Every exit leaves both objects free for the next transform.
+        for (CImgProc* object : {pair.source_object.get(), pair.target_object.get()}) {
+            ASSERT_EQ(pthread_mutex_trylock(&object->mTransformMutex), 0);
+            pthread_mutex_unlock(&object->mTransformMutex);
+        }
+    }
 }
 
-TEST(TransformDriver, FailedConversionStillHandsOver)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO12, 6, 4);
-    source->setState(KORVA_IMAGESTATE_OK);
-    // A destination range smaller than the frame makes the converter refuse.
-    ASSERT_EQ(source->setDestinationRange(0, 0, 5, 4), RESULT_OK);
-    auto target = std::make_unique<CImgProc>();
-    target->setDestinationPixelFormat(KORVA_PIXTYPE_MONO8);
-    EXPECT_EQ(source->doTransformImageObject(target.get()), RESULT_FAIL);
-    EXPECT_EQ(StateOf(*source), KORVA_IMAGESTATE_CONVERT_FAILED);
-    EXPECT_EQ(StateOf(*target), KORVA_IMAGESTATE_CONVERT_FAILED);
-    int a = 0, b = 0;
-    EXPECT_EQ(target->getNumber(&a, &b), RESULT_OK);
-    EXPECT_EQ(target->getTimeStamp(&a, &b), RESULT_OK);
-    unsigned char* header = nullptr;
-    ASSERT_EQ(target->getHeader(&header), RESULT_OK);
-    EXPECT_EQ(std::memcmp(header, "HEADER!!", kHeader), 0);
-    int format = 0;
-    target->getPixelFormat(&format);
-    EXPECT_EQ(static_cast<uint32_t>(format), static_cast<uint32_t>(KORVA_PIXTYPE_MONO8));
-
-    // The status now selects the verbatim path until the host resets it.
-    EXPECT_EQ(source->doTransformImageObject(target.get()), RESULT_OK);
-    target->getPixelFormat(&format);
-    EXPECT_EQ(static_cast<uint32_t>(format), static_cast<uint32_t>(KORVA_PIXTYPE_MONO12));
-}
-
-TEST(TransformDriver, ToBufferConvertsPixelsOnly)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO8, 4, 4);
-    std::vector<unsigned char> out(16, 0);
-    EXPECT_EQ(source->doTransform(out.data(), 16), RESULT_FAIL);  // no destination format
-    EXPECT_EQ(source->mMemDst.mpBasePointer, nullptr);
-    source->setDestinationPixelFormat(KORVA_PIXTYPE_MONO8);
-    EXPECT_EQ(source->doTransform(out.data(), 15), RESULT_ERROR);
-    EXPECT_EQ(source->mMemDst.mpBasePointer, nullptr);  // not rebound
-    const int converted = source->doTransform(out.data(), 16);
-    EXPECT_TRUE(converted == RESULT_OK || converted == RESULT_FAIL);
-    EXPECT_EQ(source->mMemDst.mpBasePointer, out.data());
-    EXPECT_EQ(source->mMemDst.GetChunkLength(KORVA_CHUNK_IMAGE), 16);
-    EXPECT_EQ(source->getState(nullptr), RESULT_NOT_SUPPORTED);
-    ExpectUnlocked(*source);
-
-    // A length different from the bound buffer's is refused; a matching one
-    // rebinds the view and then fails for want of an image chunk.
-    EXPECT_EQ(source->doCopy(out.data(), 17), RESULT_ERROR);
-    EXPECT_EQ(source->doCopy(out.data() + 1, 16), RESULT_FAIL);
-    EXPECT_EQ(source->mMemDst.mpBasePointer, out.data() + 1);
-
-    EXPECT_EQ(source->resetTransformSettings(), RESULT_OK);
-    EXPECT_EQ(source->doTransform(out.data(), 16), RESULT_FAIL);
-    ExpectUnlocked(*source);
-}
-
-TEST(TransformDriver, TransformBufferLengthKeepsChunkOverhead)
-{
-    auto source = MakeFrame(KORVA_PIXTYPE_MONO12, 10, 10);
-    int length = 0;
-    EXPECT_EQ(source->getTransformBufferLength(&length), RESULT_FAIL);  // no destination format
-    EXPECT_EQ(length, 0);
-    source->setDestinationPixelFormat(KORVA_PIXTYPE_MONO8);
-    EXPECT_EQ(source->getTransformBufferLength(&length), RESULT_OK);
-    EXPECT_EQ(length, 100 + kHeader);
-    // The full frame counts, not the region.
-    source->setDestinationRange(2, 2, 5, 5);
-    EXPECT_EQ(source->getTransformBufferLength(&length), RESULT_OK);
-    EXPECT_EQ(length, 100 + kHeader);
-}
-
-TEST(TransformDriver, DestinationRange)
+TEST(TransformDriver, LengthRangeAndDemosaicSettings)
 {
     CImgProc image;
     image.setSize(20, 10);
+    image.setPixelFormat(M12);
+    int length = 0;
+    EXPECT_EQ(image.getTransformBufferLength(&length), RESULT_FAIL);  // no destination format
+    image.setDestinationPixelFormat(M8);
     const struct {
         int left, top, right, bottom, result;
-    } cases[] = {{0, 0, 0, 10, RESULT_FAIL}, {-1, 0, 5, 5, RESULT_FAIL}, {0, -1, 5, 5, RESULT_FAIL},
-                 {3, 0, 3, 5, RESULT_FAIL},  {0, 0, 100000, 10, RESULT_OK}, {0, 0, 20, 11, RESULT_OK}};
-    for (const auto& c : cases) {
-        EXPECT_EQ(image.setDestinationRange(c.left, c.top, c.right, c.bottom), c.result);
+    } ranges[] = {{0, 0, 0, 10, RESULT_FAIL}, {-1, 0, 5, 5, RESULT_FAIL}, {3, 0, 3, 5, RESULT_FAIL},
+                  {0, 0, 100000, 10, RESULT_OK}, {0, 0, 20, 11, RESULT_OK}};
+    for (const auto& c : ranges) {
+        EXPECT_EQ(image.setDestinationRange(c.left, c.top, c.right, c.bottom), c.result) << c.left << c.right;
         EXPECT_EQ(image.mMemDst.miRoiWidth, 20);  // refused or silently not stored
     }
     EXPECT_EQ(image.setDestinationRange(2, 3, 7, 9), RESULT_OK);
+    EXPECT_EQ(image.getTransformBufferLength(&length), RESULT_OK);
+    EXPECT_EQ(length, 200);  // the full frame counts, not the region
     KORVA_FeatureState state{8, false, false, true, false};
     KORVAX_TypeROI range;
     std::memset(&range, 0x55, sizeof range);
@@ -227,25 +245,19 @@ TEST(TransformDriver, DestinationRange)
     EXPECT_EQ(range.iSize, 0x55555555);
     const int32_t expected[] = {KORVA_TYPE_TAG, 2, 3, 7, 9, 0, 0, 4, 4, 0, 0, 20, 10};
     EXPECT_EQ(std::memcmp(&range.iType, expected, sizeof expected), 0);
-}
 
-TEST(TransformDriver, DemosaicSelection)
-{
-    CImgProc image;
     const struct {
         int type, result, now;
-    } cases[] = {{3, RESULT_BAD_PARAM, 1}, {100, RESULT_BAD_PARAM, 1}, {0, RESULT_FAIL, 1},
+    } types[] = {{3, RESULT_BAD_PARAM, 1}, {100, RESULT_BAD_PARAM, 1}, {0, RESULT_FAIL, 1},
                  {2, RESULT_OK, 2},        {102, RESULT_OK, 102},      {1, RESULT_OK, 1}};
-    for (const auto& c : cases) {
+    for (const auto& c : types) {
         EXPECT_EQ(image.setDemosaic(static_cast<KORVA_Demosaic>(c.type)), c.result) << c.type;
         EXPECT_EQ(image.mConvDemosaic.miDemosaicType, c.now) << c.type;
     }
-    KORVA_FeatureState state{8, false, false, true, false};
     KORVAX_TypeListINT list;
     std::memset(&list, 0, sizeof list);
     list.aValues[3] = 1;  // the fourth value is the caller's and takes part in the search
     EXPECT_EQ(image.getDemosaic(&state, &list), RESULT_OK);
-    EXPECT_EQ(list.iType, KORVA_TYPE_TAG);
     EXPECT_EQ(list.iCount, 4);
     EXPECT_EQ(list.aValues[0] * 1000 + list.aValues[1] * 100 + list.aValues[2], 202);
     EXPECT_EQ(list.iCurrent, 3);

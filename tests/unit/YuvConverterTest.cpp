@@ -46,41 +46,25 @@ Bytes Cat(Bytes a, const Bytes& b)
     return a;
 }
 
-struct Case {
-    const char* what;
-    uint32_t src, dst;
-    int32_t width, height;
-    Bytes source;
-    Bytes expected;  // destination after the run; it starts as all E
-    // Destination walk: step and first column, in a destination image of
-    // dstWidth (0: width) whose region is `width` wide.
-    int32_t stepX = 1, startX = 0, dstWidth = 0;
-};
+const uint32_t Y411 = KORVA_PIXTYPE_YUV411_PACKED, Y422 = KORVA_PIXTYPE_YUV422_PACKED,
+               Y444 = KORVA_PIXTYPE_YUV444_PACKED;
 
-// Runs each case on a fresh object; `tune` may change the object after the
-// views are bound and before the conversion.
-template <typename Tune>
-void RunCases(const std::vector<Case>& cases, Tune tune)
+// The colour destinations the converter serves, in the catalogue's layout.
+Format Colour(uint32_t code)
 {
-    for (const Case& c : cases) {
-        std::unique_ptr<CImgProc> proc = MakeImage();
-        Bytes src = c.source;
-        Bytes dst(c.expected.size(), E);
-        Bind(*proc, proc->mMemSrc, src, c.width, c.height, c.src);
-        Bind(*proc, proc->mMemDst, dst, c.dstWidth != 0 ? c.dstWidth : c.width, c.height, c.dst);
-        ASSERT_TRUE(proc->mMemDst.SetROI(0, 0, c.width, c.height));
-        proc->mConvYUV.miStepX = c.stepX;
-        proc->mConvYUV.miDstStartX = c.startX;
-        tune(*proc);
-        EXPECT_TRUE(proc->mConvYUV.Convert()) << c.what;
-        EXPECT_EQ(c.expected, dst) << c.what;
-        EXPECT_EQ(c.source, src) << c.what;
-    }
+    return {code, code == KORVA_PIXTYPE_RGBA8_PACKED || code == KORVA_PIXTYPE_BGRA8_PACKED ? 4.0 : 3.0, 8};
 }
 
-void RunCases(const std::vector<Case>& cases)
+// Sets the destination walk: step and first column; `dstWidth` widens the
+// destination image behind a region as wide as the source.
+std::function<void(CImgProc&)> Walk(int32_t stepX, int32_t startX = 0, int32_t dstWidth = 0)
 {
-    RunCases(cases, [](CImgProc&) {});
+    return [=](CImgProc& proc) {
+        proc.mConvYUV.miStepX = stepX;
+        proc.mConvYUV.miDstStartX = startX;
+        if (dstWidth != 0)
+            proc.mMemDst.miWidth = dstWidth;
+    };
 }
 
 TEST(YuvConverter, ColourArithmeticAndStoreOrder)
@@ -94,47 +78,45 @@ TEST(YuvConverter, ColourArithmeticAndStoreOrder)
         {KORVA_PIXTYPE_RGBA8_PACKED, true, true},
         {KORVA_PIXTYPE_BGRA8_PACKED, false, true},
     };
+    // Second blocks with the groups swapped: each block reads its own bytes.
+    const Bytes yuv422Second = {0, 0, 0, 255, 128, 128, 128, 255};
+    const Bytes rgb422Second = {0, 135, 0, 76, 255, 29, 129, 127, 129, 255, 254, 255};
+    const Bytes yuv411Second = {128, 255, 128, 128, 0, 128};
+    const Bytes rgb411Second = {255, 254, 255, 129, 127, 129, 1, 0, 1, 129, 127, 129};
     for (const auto& d : destinations) {
         SCOPED_TRACE(testing::Message() << std::hex << d.code);
-        std::vector<Case> cases = {
-            {"444", KORVA_PIXTYPE_YUV444_PACKED, d.code, 5, 1, kYuv444Row, Layout(kRgb444Row, d.redFirst, d.alpha)},
-            {"422", KORVA_PIXTYPE_YUV422_PACKED, d.code, 4, 1, kYuv422Row, Layout(kRgb422Row, d.redFirst, d.alpha)},
+        const Format dst = Colour(d.code);
+        RunCases(&CImgProc::mConvYUV, {
+            {"444", kYuv444, dst, 5, 1, kYuv444Row, Layout(kRgb444Row, d.redFirst, d.alpha)},
+            {"422", kYuv422, dst, 8, 1, Cat(kYuv422Row, yuv422Second),
+             Layout(Cat(kRgb422Row, rgb422Second), d.redFirst, d.alpha)},
             // 411 to RGBA is not offered by the catalogue but has its loop.
-            {"411", KORVA_PIXTYPE_YUV411_PACKED, d.code, 4, 1, kYuv411Row, Layout(kRgb411Row, d.redFirst, d.alpha)},
-        };
-        RunCases(cases);
+            {"411", kYuv411, dst, 8, 1, Cat(kYuv411Row, yuv411Second),
+             Layout(Cat(kRgb411Row, rgb411Second), d.redFirst, d.alpha)},
+        });
     }
-    // Not offered by the catalogue: another YUV format counts as blue-first
-    // triplets.
-    RunCases({{"422 to 444", KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV444_PACKED, 4, 1, kYuv422Row,
-               Layout(kRgb422Row, false, false)}});
+    // Not offered: another YUV format counts as blue-first triplets.
+    RunCases(&CImgProc::mConvYUV, {{"422 to 444", kYuv422, kYuv444, 4, 1, kYuv422Row,
+                                    Layout(kRgb422Row, false, false)}});
 }
 
 // Widths that do not fill whole blocks: 422 converts the block that straddles
 // the row's end, 411 leaves the remainder.
 TEST(YuvConverter, RowExtentsOfTheSubsampledFormats)
 {
-    const Bytes pad = Bytes(12, E);
-    std::vector<Case> cases = {
-        {"411 width 7 leaves 3 pixels", KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_BGRA8_PACKED, 7, 1,
-         Cat(kYuv411Row, {1, 2, 3, 4, 5}), Cat(Layout(kRgb411Row, false, true), pad)},
-        {"411 width 3", KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_MONO8, 3, 1, {1, 2, 3, 4, 5}, Bytes(3, E)},
-        {"422 width 5 leaves 1 pixel", KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 5, 1,
-         Cat(kYuv422Row, {9, 9}), Cat(kRgb422Row, {E, E, E})},
-        {"422 width 1", KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_MONO8, 1, 2, {1, 2, 3, 4}, Bytes(2, E)},
-    };
-    RunCases(cases);
-}
+    RunCases(&CImgProc::mConvYUV, {
+        {"411 width 7 leaves 3 pixels", kYuv411, kBgra8, 7, 1, Cat(kYuv411Row, {1, 2, 3, 4, 5}),
+         Cat(Layout(kRgb411Row, false, true), Bytes(12, E))},
+        {"411 width 3", kYuv411, kMono8, 3, 1, {1, 2, 3, 4, 5}, Bytes(3, E)},
+        {"422 width 5 leaves 1 pixel", kYuv422, kRgb8, 5, 1, Cat(kYuv422Row, {9, 9}), Cat(kRgb422Row, {E, E, E})},
+        {"422 width 1", kYuv422, kMono8, 1, 2, {1, 2, 3, 4}, Bytes(2, E)},
+    });
 
-// Width 6: each row converts two blocks, 8 pixels. Row 0 spills into row 1
-// (overwritten afterwards); row 1 reads 4 bytes and writes 2 pixels past the
-// image, which the host's slack must absorb.
-TEST(YuvConverter, Yuv422WidthTwoModFourWritesPastTheRow)
-{
+    // Width 6: each row converts two blocks, 8 pixels. Row 0 spills into row
+    // 1 (overwritten afterwards); row 1 reads 4 bytes and writes 2 pixels past
+    // the image, which the host's slack must absorb.
     std::unique_ptr<CImgProc> proc = MakeImage();
-    Bytes src = {0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15,  // row 0
-                 0, 20, 0, 21, 0, 22, 0, 23, 0, 24, 0, 25,  // row 1
-                 0, 30, 0, 31};                             // slack
+    Bytes src = {0, 10, 0, 11, 0, 12, 0, 13, 0, 14, 0, 15, 0, 20, 0, 21, 0, 22, 0, 23, 0, 24, 0, 25, 0, 30, 0, 31};
     Bytes dst(12 + 4, E);
     Bind(*proc, proc->mMemSrc, src, 6, 2, KORVA_PIXTYPE_YUV422_PACKED, 24);
     Bind(*proc, proc->mMemDst, dst, 6, 2, KORVA_PIXTYPE_MONO8, 12);
@@ -154,25 +136,18 @@ TEST(YuvConverter, LumaTableUse)
         proc.mpLUT[0][11] = 300;
         proc.mpLUT[0][255] = 0x0123;
     };
-    std::vector<Case> cases = {
-        {"444 grey: T[T[10]], T[min(300, 255)]", KORVA_PIXTYPE_YUV444_PACKED, KORVA_PIXTYPE_MONO8, 3, 1,
-         {0, 10, 0, 0, 11, 0, 0, 20, 0}, {30, 0x23, 30}},
-        {"422 grey: once, clamped", KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_MONO8, 4, 1,
-         {0, 10, 0, 11, 0, 20, 0, 1}, {20, 255, 30, 1}},
-        {"411 grey: once, clamped", KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_MONO8, 4, 1, {0, 10, 11, 0, 20, 1},
-         {20, 255, 30, 1}},
+    RunCases(&CImgProc::mConvYUV, {
+        {"444 grey: T[T[10]], T[min(300, 255)]", kYuv444, kMono8, 3, 1, {0, 10, 0, 0, 11, 0, 0, 20, 0}, {30, 0x23, 30}},
+        {"422 grey: once, clamped", kYuv422, kMono8, 4, 1, {0, 10, 0, 11, 0, 20, 0, 1}, {20, 255, 30, 1}},
+        {"411 grey: once, clamped", kYuv411, kMono8, 4, 1, {0, 10, 11, 0, 20, 1}, {20, 255, 30, 1}},
         // Yt 300 with U=V=0: R 300-179, G 300+135 clamped, B 300-226.
-        {"colour uses the whole entry", KORVA_PIXTYPE_YUV444_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 1, 1, {0, 11, 0},
-         {121, 255, 74}},
-        {"444 same: low byte, chroma copied", KORVA_PIXTYPE_YUV444_PACKED, KORVA_PIXTYPE_YUV444_PACKED, 2, 1,
-         {11, 11, 11, 10, 10, 10}, {11, 44, 11, 10, 20, 10}},
-        {"422 same", KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV422_PACKED, 4, 1, {10, 10, 11, 11, 20, 20, 255, 255},
-         {10, 20, 11, 44, 20, 30, 255, 0x23}},
+        {"colour uses the whole entry", kYuv444, kRgb8, 1, 1, {0, 11, 0}, {121, 255, 74}},
+        {"444 same: low byte, chroma copied", kYuv444, kYuv444, 2, 1, {11, 11, 11, 10, 10, 10}, {11, 44, 11, 10, 20, 10}},
+        {"422 same", kYuv422, kYuv422, 4, 1, {10, 10, 11, 11, 20, 20, 255, 255}, {10, 20, 11, 44, 20, 30, 255, 0x23}},
         // Width 7: one group of 6 bytes; the rest of the 11 keeps its content.
-        {"411 same", KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_YUV411_PACKED, 7, 1,
-         {10, 10, 11, 11, 20, 255, 10, 10, 10, 10, 10}, {10, 20, 44, 11, 30, 0x23, E, E, E, E, E}},
-    };
-    RunCases(cases, tune);
+        {"411 same", kYuv411, kYuv411, 7, 1, {10, 10, 11, 11, 20, 255, 10, 10, 10, 10, 10},
+         {10, 20, 44, 11, 30, 0x23, E, E, E, E, E}},
+    }, tune);
 }
 
 Bytes ReversedPixels(const Bytes& rgb)
@@ -186,24 +161,26 @@ Bytes ReversedPixels(const Bytes& rgb)
 // 444 walks miStepX whole pixels; the subsampled formats take only its sign.
 TEST(YuvConverter, StepDirection)
 {
-    const uint32_t Y411 = KORVA_PIXTYPE_YUV411_PACKED, Y422 = KORVA_PIXTYPE_YUV422_PACKED,
-                   Y444 = KORVA_PIXTYPE_YUV444_PACKED, RGB = KORVA_PIXTYPE_RGB8_PACKED;
     const Bytes twoBlocks = {1, 2, 3, 4, 5, 6, 7, 8, 11, 12, 13, 14, 15, 16, 17, 18};
-    RunCases({
-        {"444 step 2", Y444, RGB, 2, 1, Bytes(kYuv444Row.begin(), kYuv444Row.begin() + 6),
-         {128, 128, 128, E, E, E, 129, 127, 129, E, E, E}, 2, 0, 4},
-        {"444 step -1", Y444, RGB, 5, 1, kYuv444Row, ReversedPixels(kRgb444Row), -1, 4},
-        {"422 step 2 stays contiguous", Y422, RGB, 4, 1, kYuv422Row, kRgb422Row, 2},
-        {"422 step 0 descends", Y422, RGB, 4, 1, kYuv422Row, ReversedPixels(kRgb422Row), 0, 3},
-        {"411 step -3 descends", Y411, KORVA_PIXTYPE_MONO8, 4, 1, kYuv411Row, {128, 255, 0, 128}, -3, 3},
-        {"422 same: blocks descend, bytes keep order", Y422, Y422, 8, 1, twoBlocks,
-         {11, 12, 13, 14, 15, 16, 17, 18, 1, 2, 3, 4, 5, 6, 7, 8}, -1, 4},
+    RunCases(&CImgProc::mConvYUV, {{"444 step 2", kYuv444, kRgb8, 2, 1, Bytes(kYuv444Row.begin(), kYuv444Row.begin() + 6),
+                                    {128, 128, 128, E, E, E, 129, 127, 129, E, E, E}},
+                                   {"444 same: stride of step pixels", kYuv444, kYuv444, 2, 1, {1, 2, 3, 4, 5, 6},
+                                    {1, 2, 3, E, E, E, 4, 5, 6, E, E, E}}},
+             Walk(2, 0, 4));
+    RunCases(&CImgProc::mConvYUV, {{"444 step -1", kYuv444, kRgb8, 5, 1, kYuv444Row, ReversedPixels(kRgb444Row)}},
+             Walk(-1, 4));
+    RunCases(&CImgProc::mConvYUV, {{"422 step 2 stays contiguous", kYuv422, kRgb8, 4, 1, kYuv422Row, kRgb422Row}},
+             Walk(2));
+    RunCases(&CImgProc::mConvYUV, {{"422 step 0 descends", kYuv422, kRgb8, 4, 1, kYuv422Row, ReversedPixels(kRgb422Row)},
+                                   {"411 step 0 descends", kYuv411, kMono8, 4, 1, kYuv411Row, {128, 255, 0, 128}}},
+             Walk(0, 3));
+    RunCases(&CImgProc::mConvYUV, {
+        {"422 same: blocks descend, bytes keep order", kYuv422, kYuv422, 8, 1, twoBlocks,
+         {11, 12, 13, 14, 15, 16, 17, 18, 1, 2, 3, 4, 5, 6, 7, 8}},
         // 411 pixel 4 lies at byte 6.
-        {"411 same: groups descend", Y411, Y411, 8, 1, {1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16},
-         {11, 12, 13, 14, 15, 16, 1, 2, 3, 4, 5, 6}, -1, 4},
-        {"444 same: stride of step pixels", Y444, Y444, 2, 1, {1, 2, 3, 4, 5, 6}, {1, 2, 3, E, E, E, 4, 5, 6, E, E, E},
-         2, 0, 4},
-    });
+        {"411 same: groups descend", kYuv411, kYuv411, 8, 1, {1, 2, 3, 4, 5, 6, 11, 12, 13, 14, 15, 16},
+         {11, 12, 13, 14, 15, 16, 1, 2, 3, 4, 5, 6}},
+    }, Walk(-1, 4));
 }
 
 TEST(YuvConverter, RowPlacementAndMissingRows)
@@ -230,7 +207,7 @@ TEST(YuvConverter, RowPlacementAndMissingRows)
     EXPECT_EQ((Bytes{7, 8, E}), dst);  // row 1 sits exactly at the chunk's end
 }
 
-std::string AssertionPattern(const std::string& expression)
+std::string Pattern(const std::string& expression)
 {
     return testframes::AssertionPattern("ImgProcConvYUV", "virtual bool CImgProcConvYUV::OnConvert()", expression);
 }
@@ -242,14 +219,14 @@ TEST(YuvConverterDeathTest, UnsupportedFormatsStopTheProcess)
     Bind(*proc, proc->mMemSrc, src, 2, 2, KORVA_PIXTYPE_MONO8);
     Bind(*proc, proc->mMemDst, dst, 2, 2, KORVA_PIXTYPE_RGB8_PACKED);
     EXPECT_DEATH(proc->mConvYUV.Convert(),
-                 AssertionPattern("mpMemSrc->miPixelFormat == (0x02000000 | 0x000C0000 | 0x001E) || "
+                 Pattern("mpMemSrc->miPixelFormat == (0x02000000 | 0x000C0000 | 0x001E) || "
                                   "mpMemSrc->miPixelFormat == (0x02000000 | 0x00100000 | 0x001F) || "
                                   "mpMemSrc->miPixelFormat == (0x02000000 | 0x00180000 | 0x0020)"));
 
     Bind(*proc, proc->mMemSrc, src, 2, 2, KORVA_PIXTYPE_YUV422_PACKED);
     Bind(*proc, proc->mMemDst, dst, 2, 2, KORVA_PIXTYPE_MONO16);
     EXPECT_DEATH(proc->mConvYUV.Convert(),
-                 AssertionPattern("mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0014) || "
+                 Pattern("mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0014) || "
                                   "mpMemDst->miPixelFormat == (0x02000000 | 0x00180000 | 0x0015) || "
                                   "mpMemDst->miPixelFormat == (0x02000000 | 0x00200000 | 0x0016) || "
                                   "mpMemDst->miPixelFormat == (0x02000000 | 0x00200000 | 0x0017) || "
