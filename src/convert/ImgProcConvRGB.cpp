@@ -279,6 +279,13 @@ void PlanarRow(const unsigned char* const src[3], unsigned char* const dst[3], i
     }
 }
 
+// Bytes one packed row call reads: sources above 8 bits are read as three
+// words per pixel, 8-bit ones as three or four bytes.
+int64_t PackedReadBytes(uint32_t srcFormat, int32_t srcBpp)
+{
+    return srcBpp > 8 ? 6 : (IsFourByte(srcFormat) ? 4 : 3);
+}
+
 }  // namespace
 
 CImgProcConvRGB::CImgProcConvRGB() {}
@@ -314,13 +321,38 @@ bool CImgProcConvRGB::OnConvert()
         static_cast<uint32_t>(mpMemDst->GetPitch()) * static_cast<uint32_t>(mRectDst.Height());
     context.planeDistance = static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane)));
 
+    // A planar destination is written as three planes from one pointer; when
+    // one of them would leave the buffer, all three go through scratch rows
+    // that lie WriteStride() apart.
+    const bool planes = IsPlanar(mpMemDst->miPixelFormat);
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst,
+                    CRowGuard::Span(width, 1, PackedReadBytes(mpMemSrc->miPixelFormat, mpMemSrc->miBppEff)),
+                    CRowGuard::Span(width, miStepX, dstPixel));
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
         const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
         if (dst == nullptr || src == nullptr)
             return true;
-        if (row != nullptr)
-            row(src, dst, width, context);
+        if (row == nullptr)
+            continue;
+        if (!planes) {
+            row(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), width, context);
+        } else {
+            unsigned char* plane[3];
+            for (int k = 0; k < 3; ++k)
+                plane[k] = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(dst) +
+                                                            static_cast<uintptr_t>(k) * context.planeDistance);
+            if (mRowGuard.WriteInside(plane[0]) && mRowGuard.WriteInside(plane[1]) && mRowGuard.WriteInside(plane[2])) {
+                row(mRowGuard.Read(src, 0), dst, width, context);
+            } else {
+                sRowContext scratch = context;
+                scratch.planeDistance = static_cast<uintptr_t>(mRowGuard.WriteStride());
+                for (int k = 0; k < 3; ++k)
+                    plane[k] = mRowGuard.WriteCopy(plane[k], k);
+                row(mRowGuard.Read(src, 0), plane[0], width, scratch);
+            }
+        }
+        mRowGuard.Flush();
     }
     return true;
 }
@@ -350,6 +382,8 @@ bool CImgProcConvRGBPlanar::OnConvert()
         row = &PlanarRow<BYTE>;
     const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
     const ptrdiff_t step = miStepX;
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, CRowGuard::Span(width, 1, srcBpp > 8 ? 2 : 1),
+                    CRowGuard::Span(width, miStepX, 1));
 
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = DstRow(miStepY, y, miDstStartY);
@@ -362,8 +396,16 @@ bool CImgProcConvRGBPlanar::OnConvert()
         if (dst[0] == nullptr || dst[1] == nullptr || dst[2] == nullptr || src[0] == nullptr || src[1] == nullptr ||
             src[2] == nullptr)
             return true;
-        if (row != nullptr)
-            row(src, dst, width, step, lut);
+        if (row == nullptr)
+            continue;
+        const unsigned char* in[3];
+        unsigned char* out[3];
+        for (int32_t k = 0; k < 3; ++k) {
+            in[k] = mRowGuard.Read(src[k], k);
+            out[k] = mRowGuard.Write(dst[k], k);
+        }
+        row(in, out, width, step, lut);
+        mRowGuard.Flush();
     }
     return true;
 }

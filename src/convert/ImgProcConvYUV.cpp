@@ -214,6 +214,20 @@ RowConverter ColourRow(eYuvSource source)
     }
 }
 
+// Bytes one row call reads and writes. Each source is walked in blocks (a
+// pixel, two groups, one group); a block yields `pixels` pixels, or itself
+// unchanged when the format stays. `direction` is the step in units.
+void RowSpans(eYuvSource source, bool same, int32_t width, int64_t direction, int64_t unit, sRowSpan& read,
+              sRowSpan& write)
+{
+    static const int64_t blockBytes[] = {6, 8, 3};
+    static const int64_t pixels[] = {4, 4, 1};
+    const int64_t blocks = source == YUV_444 ? width : (source == YUV_411 ? width / 4 : (width / 2 + 1) / 2);
+    read = CRowGuard::Span(blocks, 1, blockBytes[source]);
+    write = same ? CRowGuard::Span(blocks, direction, blockBytes[source])
+                 : CRowGuard::Span(blocks * pixels[source], direction, unit);
+}
+
 }  // namespace
 
 CImgProcConvYUV::CImgProcConvYUV() {}
@@ -277,6 +291,9 @@ bool CImgProcConvYUV::OnConvert()
         source == YUV_444 ? static_cast<std::ptrdiff_t>(miStepX) * unit : (miStepX < 1 ? -unit : unit);
 
     const uint16_t* lut = mpImgProc->mpLUT[0];
+    sRowSpan readSpan, writeSpan;
+    RowSpans(source, srcFormat == dstFormat, width, dstStep / unit, unit, readSpan, writeSpan);
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
     // Rows are counted signed: an empty or inverted rectangle visits none.
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
@@ -286,7 +303,8 @@ bool CImgProcConvYUV::OnConvert()
         // A missing row ends the run; the rows written so far stay.
         if (dst == nullptr || src == nullptr)
             return true;
-        convertRow(src, dst, width, dstStep, lut);
+        convertRow(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), width, dstStep, lut);
+        mRowGuard.Flush();
     }
     return true;
 }

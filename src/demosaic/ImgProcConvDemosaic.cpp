@@ -162,6 +162,26 @@ struct RowTarget<D, true> {
     D** get() { return planes; }
 };
 
+// Swaps a row's destination for scratch where it would leave the buffer; a
+// planar row goes whole, all three planes, when one of them would.
+template <typename D>
+void GuardTarget(CRowGuard& guard, RowTarget<D, false>& target)
+{
+    target.pixels = reinterpret_cast<D*>(guard.Write(reinterpret_cast<unsigned char*>(target.pixels), 0));
+}
+
+template <typename D>
+void GuardTarget(CRowGuard& guard, RowTarget<D, true>& target)
+{
+    bool inside = true;
+    for (D* plane : target.planes)
+        inside = inside && guard.WriteInside(plane);
+    if (inside)
+        return;
+    for (int k = 0; k < 3; ++k)
+        target.planes[k] = reinterpret_cast<D*>(guard.WriteCopy(reinterpret_cast<unsigned char*>(target.planes[k]), k));
+}
+
 // One method's call with the form of destination that fits.
 template <typename S, typename D, typename SD>
 void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S** rows, D* out, int redAtOdd)
@@ -215,6 +235,13 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
     const int32_t dstX = KvWrap32(KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX));
     unsigned char** ring = cv.mppRows;
+    // The methods read up to one sample past `columns` (and the bilinear one
+    // the sample before a row), and write up to `columns` + 1 pixels.
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*src, *dst,
+                sRowSpan{-static_cast<std::ptrdiff_t>(sizeof(S)),
+                         static_cast<std::ptrdiff_t>((static_cast<int64_t>(plan.columns) + 1) * sizeof(S))},
+                CRowGuard::Span(static_cast<int64_t>(plan.columns) + 1, cv.miStepX, sizeof(D)));
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         const int32_t dstY = KvWrap32((y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
@@ -229,8 +256,24 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         if (!TypedRows(ring, used, rows))
             break;
         RowTarget<D, kPlanar> target(at, planeSize);
+        GuardTarget(guard, target);
+        // Rows near a buffer's end are handed over as copies, all of them
+        // together, with the buffer start moved to the copies' start so that
+        // the sample in front of each copy is read as in the buffer.
+        unsigned char* const base = src->mpBasePointer;
+        bool copied = false;
+        for (int k = 0; k < used; ++k)
+            copied = copied || !guard.ReadInside(rows[k]);
+        if (copied) {
+            for (int k = 0; k < used; ++k)
+                rows[k] = reinterpret_cast<S*>(const_cast<unsigned char*>(
+                    guard.ReadCopy(reinterpret_cast<const unsigned char*>(rows[k]), k)));
+            src->mpBasePointer = const_cast<unsigned char*>(guard.ReadBase());
+        }
         CallMethod<S, D, SD>(cv, type, KvWrap32(y + KvU32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
                              plan.phase.redAtOdd);
+        src->mpBasePointer = base;
+        guard.Flush();
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:
@@ -264,6 +307,8 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const uint16_t* const lut = cv.mpLUTRed;
     const std::ptrdiff_t step = cv.miStepX;
     const std::ptrdiff_t columns = plan.columns;
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*src, *dst, CRowGuard::Span(columns, 1, sizeof(S)), CRowGuard::Span(columns, step, sizeof(DS)));
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         const int32_t dstY = KvWrap32(KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
         DS* out = reinterpret_cast<DS*>(dst->GetImagePointer(cv.miDstStartX, dstY, 0));
@@ -272,9 +317,51 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         const S* in = reinterpret_cast<const S*>(src->GetImagePointer(0, KvWrap32(y), 0));
         if (in == nullptr)
             break;  // a chunk shorter than the image: no row to read
+        in = reinterpret_cast<const S*>(guard.Read(reinterpret_cast<const unsigned char*>(in), 0));
+        out = reinterpret_cast<DS*>(guard.Write(reinterpret_cast<unsigned char*>(out), 0));
         for (std::ptrdiff_t x = 0; x < columns; ++x)
             nnlut::Store(out + x * step, lut[nnlut::Load(in + x)]);
+        guard.Flush();
     }
+}
+
+// The brightness method walks the whole frame from one source pointer and
+// the destination start it looks up itself. Where either frame would leave
+// its buffer it runs on copies: the returned zero-padded source, and a
+// shadow of the destination view, installed as the converter's, whose image
+// chunk lies in scratch. The caller restores the view and flushes.
+unsigned char* GuardWholeFrame(CImgProcConvDemosaic& cv, int64_t sourceBytes, int64_t destinationBytes,
+                               int64_t pixelStep, unsigned char* source, CMemoryAccess& shadow)
+{
+    const int64_t top = cv.mRectSrc.top, bottom = cv.mRectSrc.bottom;
+    const int64_t left = cv.mRectSrc.left, right = cv.mRectSrc.right;
+    // Smaller frames are not walked at all.
+    if (bottom < 5 || right < 5 || source == nullptr)
+        return source;
+    const int64_t stride = right - left;
+    const sRowSpan read{0, static_cast<std::ptrdiff_t>(((bottom - 1) * stride + right) * sourceBytes)};
+    const int64_t lastRow = (bottom - 5 - top) * static_cast<int64_t>(cv.mRectDst.Width()) * cv.miStepY;
+    const int64_t lastColumn = (right - 5 - left) * pixelStep;
+    int64_t lo = 0, hi = 0;
+    for (int64_t corner : {lastRow, lastColumn, lastRow + lastColumn}) {
+        lo = corner < lo ? corner : lo;
+        hi = corner > hi ? corner : hi;
+    }
+    const sRowSpan write{static_cast<std::ptrdiff_t>(lo * destinationBytes),
+                         static_cast<std::ptrdiff_t>((hi + 1) * destinationBytes)};
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*cv.mpMemSrc, *cv.mpMemDst, read, write, 1, 1);
+    source = const_cast<unsigned char*>(guard.Read(source, 0));
+    unsigned char* start =
+        cv.mpMemDst->GetImagePointer(cv.miStepX * 2 + cv.miDstStartX, (cv.mRectSrc.top + 2) * cv.miStepY + cv.miDstStartY, 0);
+    if (start != nullptr && !guard.WriteInside(start)) {
+        const uintptr_t moved = reinterpret_cast<uintptr_t>(guard.WriteCopy(start, 0)) - reinterpret_cast<uintptr_t>(start);
+        sKORVAP_ChunkData chunk = cv.mpMemDst->mChunkData[KORVA_CHUNK_IMAGE];
+        chunk.mpChunkBase = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(chunk.mpChunkBase) + moved);
+        shadow.mChunkData[KORVA_CHUNK_IMAGE] = chunk;
+        cv.mpMemDst = &shadow;
+    }
+    return source;
 }
 
 // The three sample widths: 8-bit source, 16-bit source to 8-bit samples,
@@ -361,6 +448,10 @@ bool CImgProcConvDemosaic::OnConvert()
     if (cls == kClassMono) {
         unsigned char* source = mpMemSrc->GetImagePointer(0, 0, 0);
         unsigned char* destination = mpMemDst->GetImagePointer(0, 0, 0);
+        CMemoryAccess* const view = mpMemDst;
+        CMemoryAccess shadow(*view);
+        source = GuardWholeFrame(*this, width != kByteToByte ? 2 : 1, width == kWordToWord ? 2 : 1,
+                                 width == kWordToWord ? miStepY : miStepX, source, shadow);
         switch (width) {
         case kByteToByte:
             BayerToMonoTemplate_LUT<BYTE, BYTE, unsigned char>(source, destination, 1, miStepY, miStepX);
@@ -377,6 +468,8 @@ bool CImgProcConvDemosaic::OnConvert()
                                                                 miStepY);
             break;
         }
+        mpMemDst = view;
+        mRowGuard.Flush();
         RepairDstBorder(wide ? 2 : 1, miMatrixSize);
         return true;
     }

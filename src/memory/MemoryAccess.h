@@ -55,6 +55,9 @@ public:
     void FreeBasePointer(bool release);
 
     unsigned char* GetImagePointer(int32_t x, int32_t y, int32_t plane);
+    // Length of the bytes that may be read or written from mpBasePointer on:
+    // the larger of miBufferLength and miBoundLength, never negative.
+    int64_t BoundLength() const;
 
     int setChunkOfData(uint32_t id, unsigned char* data, int32_t length, int32_t dataOffset, int32_t dataLength);
     int getChunkOfData(uint32_t id, unsigned char** data, int* dataLength);
@@ -74,6 +77,11 @@ public:
     int32_t miRoiLeft;
     int32_t miRoiTop;
     int32_t miBufferLength;
+    // Bytes behind mpBasePointer that may be touched when the buffer is
+    // longer than miBufferLength says: a transform binds only the part of a
+    // destination object's buffer that it needs, yet the whole buffer is the
+    // bound. 0 unless a transform set it; reset with every new buffer.
+    int32_t miBoundLength;
     uint32_t miPixelFormat;
     int32_t miCanals;
     int32_t miDataOffset;
