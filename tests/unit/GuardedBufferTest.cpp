@@ -56,6 +56,8 @@ void Lay(CImgProc& image, int format, int w, int h, unsigned char* buffer, int b
 struct Outcome {
     int transform;
     std::vector<unsigned char> bytes;
+    int handOver;
+    std::vector<unsigned char> received;
     int average;
     double value;
 };
@@ -95,6 +97,18 @@ Outcome Run(int source, int destination, int demosaic, int w, int h, bool guarde
     std::memset(out, 0, static_cast<size_t>(need));
     o.transform = image.doTransform(out, need + slack);
     o.bytes.assign(out, out + need);
+
+    // The same into an object whose buffer is the host's, of that length.
+    GuardedBuffer guardedReceiver(static_cast<size_t>(need > 0 ? need : 1), atStart);
+    std::vector<unsigned char> roomyReceiver(static_cast<size_t>(need) + 4096, 0);
+    unsigned char* at = guarded ? guardedReceiver.data() : roomyReceiver.data();
+    std::memset(at, 0, static_cast<size_t>(need));
+    CImgProc receiver;
+    receiver.setBuffer(at, need + slack);
+    receiver.setDestinationPixelFormat(destination);
+    o.handOver = image.doTransformImageObject(&receiver);
+    o.received.assign(at, at + need);
+
     o.value = -1.0;
     o.average = image.getAverage(&o.value, 0, 0, w, h);
     return o;
@@ -109,6 +123,8 @@ void Expect(int source, int destination, int demosaic, int w, int h)
                                         << demosaic << " size " << w << "x" << h << (atStart ? " start" : " end"));
         EXPECT_EQ(roomy.transform, guarded.transform);
         EXPECT_TRUE(roomy.bytes == guarded.bytes);
+        EXPECT_EQ(roomy.handOver, guarded.handOver);
+        EXPECT_TRUE(roomy.received == guarded.received);
         EXPECT_EQ(roomy.average, guarded.average);
         EXPECT_EQ(roomy.value, guarded.value);
     }
