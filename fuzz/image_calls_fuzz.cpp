@@ -13,6 +13,7 @@
 
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
+#include "MemoryAccess.h"
 
 extern "C" const char* __asan_default_options()
 {
@@ -102,6 +103,7 @@ struct Host {
     CFuzzInput& in;
     std::unique_ptr<CImgProc> objects[3];
     std::vector<std::unique_ptr<unsigned char[]>> buffers;  // alive until the end
+    std::vector<unsigned char*> abandoned;
 
     explicit Host(CFuzzInput& provider) : in(provider) {}
 
@@ -109,6 +111,8 @@ struct Host {
     {
         for (auto& o : objects)
             o.reset();
+        for (unsigned char* p : abandoned)
+            KvReleaseGuarded(p);
     }
 
     CImgProc& Pick() { return *objects[in.Range(0, 2)]; }
@@ -184,9 +188,17 @@ struct Host {
         case 3:
             o.freeBuffer();
             break;
-        case 4:
+        case 4: {
+            // A buffer of its own that the object is told to treat as foreign
+            // is abandoned by design; the host side releases it at the end.
+            unsigned char* own = nullptr;
+            if (o.miBufferType == KORVA_BUFFER_INTERNAL)
+                o.getBuffer(&own);
             o.useExternalBuffer(in.Bool());
+            if (own != nullptr && o.miBufferType == KORVA_BUFFER_EXTERNAL)
+                abandoned.push_back(own);
             break;
+        }
         case 5: {
             const int w = Size();
             o.setSize(w, Size());
