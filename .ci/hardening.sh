@@ -19,7 +19,7 @@ fi
 CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_FUZZ=ON -DKV_BUILD_BENCH=OFF
 cmake --build build-fuzz -j2
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-    ctest --test-dir build-fuzz --output-on-failure
+    ctest --test-dir build-fuzz --output-on-failure -j2
 
 # Each fuzz target from its committed corpus; new inputs go to a scratch
 # directory so that the committed corpus stays as it is.

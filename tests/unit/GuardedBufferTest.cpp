@@ -65,14 +65,17 @@ struct Outcome {
 // One source format into one destination format and a measurement. The
 // roomy run hands over longer buffers, the source's slack zeroed, so that
 // nothing is clipped there: it is the reference for the bytes inside.
-Outcome Run(int source, int destination, int demosaic, int w, int h, bool guarded, bool atStart)
+Outcome Run(int source, int destination, int demosaic, int w, int h, bool guarded, bool atStart, bool halfChunk)
 {
     CImgProc probe;
     probe.setSize(w, h);
     probe.setPixelFormat(source);
     int imageLength = 0;
     probe.getImageLength(&imageLength);
-    const int sourceLength = imageLength > 0 ? imageLength : 1;
+    // A chunk (and buffer) shorter than the image leaves rows that start
+    // inside and end outside.
+    const int wanted = halfChunk ? imageLength / 2 + 1 : imageLength;
+    const int sourceLength = wanted > 0 ? wanted : 1;
 
     std::vector<unsigned char> pattern(static_cast<size_t>(sourceLength));
     for (int i = 0; i < sourceLength; ++i)
@@ -114,13 +117,14 @@ Outcome Run(int source, int destination, int demosaic, int w, int h, bool guarde
     return o;
 }
 
-void Expect(int source, int destination, int demosaic, int w, int h)
+void Expect(int source, int destination, int demosaic, int w, int h, bool halfChunk = false)
 {
-    const Outcome roomy = Run(source, destination, demosaic, w, h, false, false);
+    const Outcome roomy = Run(source, destination, demosaic, w, h, false, false, halfChunk);
     for (bool atStart : {false, true}) {
-        const Outcome guarded = Run(source, destination, demosaic, w, h, true, atStart);
+        const Outcome guarded = Run(source, destination, demosaic, w, h, true, atStart, halfChunk);
         SCOPED_TRACE(testing::Message() << std::hex << source << " -> " << destination << std::dec << " method "
-                                        << demosaic << " size " << w << "x" << h << (atStart ? " start" : " end"));
+                                        << demosaic << " size " << w << "x" << h << (atStart ? " start" : " end")
+                                        << (halfChunk ? " half chunk" : ""));
         EXPECT_EQ(roomy.transform, guarded.transform);
         EXPECT_TRUE(roomy.bytes == guarded.bytes);
         EXPECT_EQ(roomy.handOver, guarded.handOver);
@@ -185,6 +189,25 @@ TEST(GuardedBuffer, PairsOutsideTheDestinationLists)
         for (int w : kWidths)
             for (int h : kHeights)
                 Expect(pair[0], pair[1], KORVA_DEMOSAIC_NEAREST, w, h);
+}
+
+// Frames cut short by the host: the source ends inside a row, also for the
+// converters that walk the whole frame from one pointer.
+TEST(GuardedBuffer, SourceChunkShorterThanTheImage)
+{
+    const int pairs[][3] = {
+        {KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO8, KORVA_DEMOSAIC_NEAREST},
+        {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_MONO8, KORVA_DEMOSAIC_NEAREST},
+        {KORVA_PIXTYPE_BAYGB12, KORVA_PIXTYPE_BGR8_PACKED, KORVA_DEMOSAIC_BILINEAR},
+        {KORVA_PIXTYPE_BAYBG8, KORVA_PIXTYPE_RGB8_PACKED, KORVA_DEMOSAIC_NEAREST},
+        {KORVA_PIXTYPE_RGB12_PACKED, KORVA_PIXTYPE_RGB8_PACKED, KORVA_DEMOSAIC_NEAREST},
+        {KORVA_PIXTYPE_RGB10_PLANAR, KORVA_PIXTYPE_RGB8_PLANAR, KORVA_DEMOSAIC_NEAREST},
+        {KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_BGRA8_PACKED, KORVA_DEMOSAIC_NEAREST},
+    };
+    for (const auto& pair : pairs)
+        for (int w : {5, 6, 7, 8, 13})
+            for (int h : {3, 6, 9})
+                Expect(pair[0], pair[1], pair[2], w, h, true);
 }
 
 }  // namespace
