@@ -23,9 +23,10 @@ typedef std::map<uint32_t, sKORVAP_ChunkData> ChunkDataMap;
 
 // Image buffers that the image object allocates itself carry an owned,
 // zero-filled guard zone of this many bytes before and after the bytes handed
-// out, so that a converter reading or writing one sample or one whole row
-// (even of a wide 16-bit RGB image) past the image stays in owned memory.
-static const int64_t kKvBufferGuard = 1 << 20;
+// out, so that a stray sample next to the image stays in owned memory. Whole
+// rows are kept inside the buffer by the converters' row guard, so the zone
+// need not hold a row; every new buffer pays for zeroing it.
+static const int64_t kKvBufferGuard = 4096;
 
 // Returns the first usable byte of `size` bytes between two guard zones, or
 // null for size <= 0, for a size whose guards would overflow, or when memory
