@@ -16,7 +16,7 @@ namespace {
 
 const int kWidth = 40, kHeight = 24;
 
-struct Spec {
+struct ObjectSetup {
     int format;  // source format, 0 for an object without a frame
     int wish;    // destination format
     int seed;
@@ -28,23 +28,23 @@ struct World {
     std::vector<double> averages;
 };
 
-void Fill(CImgProc& image, const Spec& spec)
+void Fill(CImgProc& image, const ObjectSetup& setup)
 {
-    if (spec.wish != 0)
-        image.setDestinationPixelFormat(spec.wish);
-    if (spec.format == 0)
+    if (setup.wish != 0)
+        image.setDestinationPixelFormat(setup.wish);
+    if (setup.format == 0)
         return;
     image.setSize(kWidth, kHeight);
-    image.setPixelFormat(spec.format);
+    image.setPixelFormat(setup.format);
     int length = 0;
     image.getImageLength(&length);
     ASSERT_EQ(RESULT_OK, image.allocateBuffer(length));
     unsigned char* buffer = nullptr;
     image.getBuffer(&buffer);
     for (int i = 0; i < length; ++i)
-        buffer[i] = static_cast<unsigned char>((i * 131 + spec.seed * 71) >> 2);
+        buffer[i] = static_cast<unsigned char>((i * 131 + setup.seed * 71) >> 2);
     ASSERT_EQ(RESULT_OK, image.setChunkOfData(KORVA_CHUNK_IMAGE, buffer, length, 0, length));
-    image.setNumber(spec.seed, 0);
+    image.setNumber(setup.seed, 0);
     image.setState(KORVA_IMAGESTATE_OK);
 }
 
@@ -78,12 +78,12 @@ Call Average(int of)
     };
 }
 
-std::unique_ptr<World> Make(const std::vector<Spec>& specs)
+std::unique_ptr<World> Make(const std::vector<ObjectSetup>& setups)
 {
     std::unique_ptr<World> w(new World);
-    for (const Spec& spec : specs) {
+    for (const ObjectSetup& setup : setups) {
         w->objects.emplace_back(new CImgProc);
-        Fill(*w->objects.back(), spec);
+        Fill(*w->objects.back(), setup);
     }
     w->results.assign(2, 0);
     w->averages.assign(2, 0.0);
@@ -110,17 +110,17 @@ Seen Look(World& w)
 
 // Runs the two calls at once, many times, and compares each outcome with
 // the two serial orders.
-void Race(const std::vector<Spec>& specs, const Call& first, const Call& second)
+void Race(const std::vector<ObjectSetup>& setups, const Call& first, const Call& second)
 {
     std::vector<Seen> serial;
     for (int order = 0; order < 2; ++order) {
-        auto w = Make(specs);
+        auto w = Make(setups);
         (order == 0 ? first : second)(*w, order == 0 ? 0 : 1);
         (order == 0 ? second : first)(*w, order == 0 ? 1 : 0);
         serial.push_back(Look(*w));
     }
     for (int round = 0; round < 25; ++round) {
-        auto w = Make(specs);
+        auto w = Make(setups);
         std::atomic<int> ready(0);
         auto run = [&](const Call& call, int slot) {
             ready.fetch_add(1);
@@ -139,9 +139,9 @@ void Race(const std::vector<Spec>& specs, const Call& first, const Call& second)
 
 // Samples use the whole range of their format: table entries above a
 // format's depth are undefined, so deeper patterns would not be repeatable.
-const Spec kMono16{KORVA_PIXTYPE_MONO16, 0, 1};
-const Spec kRgb{KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGRA8_PACKED, 2};
-const Spec kTarget{0, KORVA_PIXTYPE_MONO8, 0};
+const ObjectSetup kMono16{KORVA_PIXTYPE_MONO16, 0, 1};
+const ObjectSetup kRgb{KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGRA8_PACKED, 2};
+const ObjectSetup kTarget{0, KORVA_PIXTYPE_MONO8, 0};
 
 TEST(SharedObjects, TwoSourcesIntoOneDestination)
 {
@@ -162,9 +162,9 @@ TEST(SharedObjects, ChainOfTwoTransforms)
 
 TEST(SharedObjects, MeasuringTheDestinationOrTheSource)
 {
-    const std::vector<Spec> specs{kMono16, {KORVA_PIXTYPE_MONO8, KORVA_PIXTYPE_MONO8, 5}};
-    Race(specs, Transform(0, 1), Average(1));
-    Race(specs, Transform(0, 1), Average(0));
+    const std::vector<ObjectSetup> setups{kMono16, {KORVA_PIXTYPE_MONO8, KORVA_PIXTYPE_MONO8, 5}};
+    Race(setups, Transform(0, 1), Average(1));
+    Race(setups, Transform(0, 1), Average(0));
 }
 
 }  // namespace
