@@ -11,8 +11,10 @@ if ! command -v clang++ >/dev/null || ! ls /usr/lib/llvm-*/lib/clang/*/lib/linux
     apt-get install -y -q clang
     # The sanitizer and fuzzer runtimes are a package of their own on newer
     # releases; older ones ship them with clang.
-    rt=$(apt-cache search --names-only '^libclang-rt-[0-9]+-dev$' | awk '{print $1}' | sort -V | tail -1)
-    [ -n "$rt" ] && apt-get install -y -q "$rt"
+    version=$(clang++ --version | sed -n 's/.*clang version \([0-9]*\).*/\1/p')
+    if apt-cache show "libclang-rt-$version-dev" >/dev/null 2>&1; then
+        apt-get install -y -q "libclang-rt-$version-dev"
+    fi
 fi
 
 # Sanitizer suite and fuzz targets.
