@@ -69,12 +69,23 @@ bool CImgProcConvDemosaic::GetBalance(double* red, double* green, double* blue)
         return false;
     }
 
+    // A cell row reads two rows of the mosaic; where that would reach
+    // outside the source buffer it is read from a copy in which the bytes
+    // outside are 0.
+    const int64_t lastX = width > 2 ? ((static_cast<int64_t>(width) - 3) & ~int64_t(1)) : -1;
+    const std::ptrdiff_t lo = stride < 0 ? stride : 0;
+    const std::ptrdiff_t hi = lastX < 0 ? lo : (stride > 0 ? stride : 0) + static_cast<std::ptrdiff_t>(lastX) + 2;
+    mRowGuard.Begin(*mpMemSrc, *mpMemSrc, sRowSpan{lo, hi}, sRowSpan{0, 0}, 1, 0);
+
     double sumRed = 0.0;
     double sumGreen = 0.0;
     double sumBlue = 0.0;
     int32_t count = 0;
     for (int32_t y = 0; y < height - 2; y += 2) {
-        const unsigned char* row = source + y * stride;
+        const unsigned char* row = mRowGuard.Read(
+            reinterpret_cast<const unsigned char*>(reinterpret_cast<uintptr_t>(source) +
+                                                   static_cast<uintptr_t>(static_cast<std::ptrdiff_t>(y) * stride)),
+            0);
         for (int32_t x = 0; x < width - 2; x += 2) {
             const unsigned char* cell = row + x;
             const int32_t r = cell[redAt];

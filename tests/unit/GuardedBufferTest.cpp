@@ -210,4 +210,30 @@ TEST(GuardedBuffer, SourceChunkShorterThanTheImage)
                 Expect(pair[0], pair[1], pair[2], w, h, true);
 }
 
+// The colour balance reads two mosaic rows per cell row from one pointer.
+TEST(GuardedBuffer, BalanceOfAFrameCutShort)
+{
+    for (int w : {6, 7, 10})
+        for (int h : {4, 5, 9}) {
+            const int length = w * h / 2 + 1;
+            double roomy[3] = {0, 0, 0}, guarded[3] = {0, 0, 0};
+            int results[2];
+            for (int run = 0; run < 2; ++run) {
+                GuardedBuffer page(static_cast<size_t>(length), false);
+                std::vector<unsigned char> spacious(static_cast<size_t>(length) + 4096, 0);
+                unsigned char* at = run == 0 ? spacious.data() : page.data();
+                for (int i = 0; i < length; ++i)
+                    at[i] = static_cast<unsigned char>(40 + (i * 29) % 180);
+                CImgProc image;
+                Lay(image, KORVA_PIXTYPE_BAYRG8, w, h, at, run == 0 ? length + 4096 : length, length);
+                double* out = run == 0 ? roomy : guarded;
+                results[run] = image.getDemosaicColorBalance(&out[0], &out[1], &out[2]);
+            }
+            SCOPED_TRACE(testing::Message() << w << "x" << h);
+            EXPECT_EQ(results[0], results[1]);
+            for (int c = 0; c < 3; ++c)
+                EXPECT_EQ(roomy[c], guarded[c]);
+        }
+}
+
 }  // namespace
