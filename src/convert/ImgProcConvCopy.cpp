@@ -100,6 +100,9 @@ bool CImgProcConvCopy::OnConvert()
     if (count < 1)
         return true;
 
+    const bool byteSource = mpMemSrc->mdBytePerPixel == 1.0;
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, CRowGuard::Span(count, 1, byteSource ? 1 : 2),
+                    CRowGuard::Span(count, miStepX, byteSource || mpMemSrc->miBppEff <= 8 ? 1 : 2));
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
     for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
         const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
@@ -110,7 +113,8 @@ bool CImgProcConvCopy::OnConvert()
         // through null.
         if (src == nullptr || dst == nullptr)
             continue;
-        copyRow(src, dst, count, miStepX);
+        copyRow(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), count, miStepX);
+        mRowGuard.Flush();
     }
     return true;
 }

@@ -134,6 +134,26 @@ bool Is(uint32_t format, uint32_t code)
     return format == code;
 }
 
+// Bytes that one row call reads and writes, for the row functions above:
+// packed rows read whole groups, a repack writes 3-byte groups, every other
+// row writes one element per pixel, a byte if either side is narrow.
+void RowSpans(const CMemoryAccess& src, const CMemoryAccess& dst, int32_t width, int32_t stepX, sRowSpan& read,
+              sRowSpan& write)
+{
+    const uint32_t from = src.miPixelFormat;
+    const bool packed = Is(from, KORVA_PIXTYPE_MONO10_PACKED) || Is(from, KORVA_PIXTYPE_MONO12_PACKED);
+    const int64_t groups = width / 2;
+    if (packed) {
+        read = CRowGuard::Span(groups * 3, 1, 1);
+        write = from == dst.miPixelFormat ? CRowGuard::Span(groups, stepX, 3)
+                                          : CRowGuard::Span(groups * 2, stepX, dst.miBppEff <= 8 ? 1 : 2);
+        return;
+    }
+    const bool byteSource = src.mdBytePerPixel == 1.0;
+    read = CRowGuard::Span(width, 1, byteSource ? 1 : 2);
+    write = CRowGuard::Span(width, stepX, byteSource || dst.miBppEff <= 8 ? 1 : 2);
+}
+
 }  // namespace
 
 bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, double srcBytePerPixel,
@@ -204,6 +224,9 @@ bool CImgProcConvMono::OnConvert()
                      mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row))
         return false;
 
+    sRowSpan readSpan, writeSpan;
+    RowSpans(*mpMemSrc, *mpMemDst, width, miStepX, readSpan, writeSpan);
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
     for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
@@ -213,7 +236,8 @@ bool CImgProcConvMono::OnConvert()
         // still counts as done.
         if (dst == nullptr || src == nullptr)
             return true;
-        row.convert(src, dst, width, row);
+        row.convert(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), width, row);
+        mRowGuard.Flush();
     }
     return true;
 }

@@ -363,6 +363,13 @@ void PlanarWordsRow(const unsigned char* const src[3], unsigned char* const dst[
     PlanarRow<WORD>(restSrc, restDst, width - done, r);
 }
 
+// Bytes one packed row call reads: sources above 8 bits are read as three
+// words per pixel, 8-bit ones as three or four bytes.
+int64_t PackedReadBytes(uint32_t srcFormat, int32_t srcBpp)
+{
+    return srcBpp > 8 ? 6 : (IsFourByte(srcFormat) ? 4 : 3);
+}
+
 }  // namespace
 
 void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int32_t stepX,
@@ -376,6 +383,7 @@ void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t 
     c->bytes = nullptr;
     c->words = nullptr;
     c->convert = PickPackedRow(srcFormat, dstFormat, srcBpp, dstBpp, &dstPixel);
+    c->dstPixel = dstPixel;
     c->dstStep = static_cast<ptrdiff_t>(stepX) * dstPixel;
     if (c->convert == nullptr || stepX != 1)
         return;
@@ -410,13 +418,38 @@ bool CImgProcConvRGB::OnConvert()
                static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane))), KvCpuActive(), &context);
     const RgbRowFunction row = context.convert;
 
+    // A planar destination is written as three planes from one pointer; when
+    // one of them would leave the buffer, all three go through scratch rows
+    // that lie WriteStride() apart.
+    const bool planes = IsPlanar(mpMemDst->miPixelFormat);
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst,
+                    CRowGuard::Span(width, 1, PackedReadBytes(mpMemSrc->miPixelFormat, mpMemSrc->miBppEff)),
+                    CRowGuard::Span(width, miStepX, context.dstPixel));
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
         const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
         if (dst == nullptr || src == nullptr)
             return true;
-        if (row != nullptr)
-            row(src, dst, width, context);
+        if (row == nullptr)
+            continue;
+        if (!planes) {
+            row(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), width, context);
+        } else {
+            unsigned char* plane[3];
+            for (int k = 0; k < 3; ++k)
+                plane[k] = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(dst) +
+                                                            static_cast<uintptr_t>(k) * context.planeDistance);
+            if (mRowGuard.WriteInside(plane[0]) && mRowGuard.WriteInside(plane[1]) && mRowGuard.WriteInside(plane[2])) {
+                row(mRowGuard.Read(src, 0), dst, width, context);
+            } else {
+                sRgbRow scratch = context;
+                scratch.planeDistance = static_cast<uintptr_t>(mRowGuard.WriteStride());
+                for (int k = 0; k < 3; ++k)
+                    plane[k] = mRowGuard.WriteCopy(plane[k], k);
+                row(mRowGuard.Read(src, 0), plane[0], width, scratch);
+            }
+        }
+        mRowGuard.Flush();
     }
     return true;
 }
@@ -470,6 +503,9 @@ bool CImgProcConvRGBPlanar::OnConvert()
     sPlanarRow planarRow;
     PickPlanarRow(mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut, KvCpuActive(), &planarRow);
     const PlanarRowFunction row = planarRow.convert;
+    const int32_t srcBpp = mpMemSrc->miBppEff;
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, CRowGuard::Span(width, 1, srcBpp > 8 ? 2 : 1),
+                    CRowGuard::Span(width, miStepX, 1));
 
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = DstRow(miStepY, y, miDstStartY);
@@ -482,8 +518,16 @@ bool CImgProcConvRGBPlanar::OnConvert()
         if (dst[0] == nullptr || dst[1] == nullptr || dst[2] == nullptr || src[0] == nullptr || src[1] == nullptr ||
             src[2] == nullptr)
             return true;
-        if (row != nullptr)
-            row(src, dst, width, planarRow);
+        if (row == nullptr)
+            continue;
+        const unsigned char* in[3];
+        unsigned char* out[3];
+        for (int32_t k = 0; k < 3; ++k) {
+            in[k] = mRowGuard.Read(src[k], k);
+            out[k] = mRowGuard.Write(dst[k], k);
+        }
+        row(in, out, width, planarRow);
+        mRowGuard.Flush();
     }
     return true;
 }

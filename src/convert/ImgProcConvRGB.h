@@ -20,6 +20,7 @@ struct sRgbRow {
     const uint16_t* lut1;
     const uint16_t* lut2;
     ptrdiff_t dstStep;        // bytes from one destination pixel to the next
+    int dstPixel;             // bytes of one destination pixel
     uintptr_t planeDistance;  // planar destination: bytes between planes
     ConvBytesBody bytes;      // vector bodies, where the row has one
     ConvWordsBody words;

@@ -294,6 +294,7 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
         unit = fourBytes ? 4 : 3;
     }
     row->convert = convertRow;
+    row->unit = unit;
     row->dstStep = source == YUV_444 ? static_cast<std::ptrdiff_t>(stepX) * unit : (stepX < 1 ? -unit : unit);
     row->lut = lut;
     row->bytes = nullptr;
@@ -314,6 +315,27 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
     else
         row->convert = fourBytes ? VectorRow<2, 0, 4>(source) : VectorRow<2, 0, 3>(source);
 }
+
+namespace {
+
+// Bytes one row call reads and writes. Each source is walked in blocks (a
+// pixel, two groups, one group); a block yields `pixels` pixels, or itself
+// unchanged when the format stays. `direction` is the step in units.
+void RowSpans(uint32_t srcFormat, bool same, int32_t width, int64_t direction, int64_t unit, sRowSpan& read,
+              sRowSpan& write)
+{
+    const int source = srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV411_PACKED)   ? 0
+                       : srcFormat == static_cast<uint32_t>(KORVA_PIXTYPE_YUV422_PACKED) ? 1
+                                                                                         : 2;
+    static const int64_t blockBytes[] = {6, 8, 3};
+    static const int64_t pixels[] = {4, 4, 1};
+    const int64_t blocks = source == 2 ? width : (source == 0 ? width / 4 : (width / 2 + 1) / 2);
+    read = CRowGuard::Span(blocks, 1, blockBytes[source]);
+    write = same ? CRowGuard::Span(blocks, direction, blockBytes[source])
+                 : CRowGuard::Span(blocks * pixels[source], direction, unit);
+}
+
+}  // namespace
 
 CImgProcConvYUV::CImgProcConvYUV() {}
 
@@ -339,6 +361,10 @@ bool CImgProcConvYUV::OnConvert()
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     sYuvRow row;
     PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row);
+    sRowSpan readSpan, writeSpan;
+    RowSpans(mpMemSrc->miPixelFormat, mpMemSrc->miPixelFormat == mpMemDst->miPixelFormat, width,
+             row.dstStep / row.unit, row.unit, readSpan, writeSpan);
+    mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
 
     // Rows are counted signed: an empty or inverted rectangle visits none.
     for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
@@ -349,7 +375,8 @@ bool CImgProcConvYUV::OnConvert()
         // A missing row ends the run; the rows written so far stay.
         if (dst == nullptr || src == nullptr)
             return true;
-        row.convert(src, dst, width, row);
+        row.convert(mRowGuard.Read(src, 0), mRowGuard.Write(dst, 0), width, row);
+        mRowGuard.Flush();
     }
     return true;
 }

@@ -17,6 +17,7 @@ struct sYuvRow {
     // same-format loops, between consecutive groups); it carries the
     // direction of the walk.
     std::ptrdiff_t dstStep;
+    std::ptrdiff_t unit;  // bytes of one destination pixel, or of a group
     const uint16_t* lut;
     ConvBytesBody bytes;  // vector body, where the row has one
 };

@@ -162,6 +162,26 @@ struct RowTarget<D, true> {
     D** get() { return planes; }
 };
 
+// Swaps a row's destination for scratch where it would leave the buffer; a
+// planar row goes whole, all three planes, when one of them would.
+template <typename D>
+void GuardTarget(CRowGuard& guard, RowTarget<D, false>& target)
+{
+    target.pixels = reinterpret_cast<D*>(guard.Write(reinterpret_cast<unsigned char*>(target.pixels), 0));
+}
+
+template <typename D>
+void GuardTarget(CRowGuard& guard, RowTarget<D, true>& target)
+{
+    bool inside = true;
+    for (D* plane : target.planes)
+        inside = inside && guard.WriteInside(plane);
+    if (inside)
+        return;
+    for (int k = 0; k < 3; ++k)
+        target.planes[k] = reinterpret_cast<D*>(guard.WriteCopy(reinterpret_cast<unsigned char*>(target.planes[k]), k));
+}
+
 // One method's call with the form of destination that fits.
 template <typename S, typename D, typename SD>
 void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S** rows, D* out, int redAtOdd)
@@ -215,6 +235,13 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
     const uint32_t dstX = KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX);
     unsigned char** ring = cv.mppRows;
+    // The methods read up to one sample past `columns` (and the bilinear one
+    // the sample before a row), and write up to `columns` + 1 pixels.
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*src, *dst,
+                sRowSpan{-static_cast<std::ptrdiff_t>(sizeof(S)),
+                         static_cast<std::ptrdiff_t>((static_cast<int64_t>(plan.columns) + 1) * sizeof(S))},
+                CRowGuard::Span(static_cast<int64_t>(plan.columns) + 1, cv.miStepX, sizeof(D)));
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         unsigned char* at =
@@ -229,8 +256,24 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         if (!TypedRows(ring, used, rows))
             break;
         RowTarget<D, kPlanar> target(at, planeSize);
+        GuardTarget(guard, target);
+        // Rows near a buffer's end are handed over as copies, all of them
+        // together, with the buffer start moved to the copies' start so that
+        // the sample in front of each copy is read as in the buffer.
+        unsigned char* const base = src->mpBasePointer;
+        bool copied = false;
+        for (int k = 0; k < used; ++k)
+            copied = copied || !guard.ReadInside(rows[k]);
+        if (copied) {
+            for (int k = 0; k < used; ++k)
+                rows[k] = reinterpret_cast<S*>(const_cast<unsigned char*>(
+                    guard.ReadCopy(reinterpret_cast<const unsigned char*>(rows[k]), k)));
+            src->mpBasePointer = const_cast<unsigned char*>(guard.ReadBase());
+        }
         CallMethod<S, D, SD>(cv, type, KvWrap32(y + KvU32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
                              plan.phase.redAtOdd);
+        src->mpBasePointer = base;
+        guard.Flush();
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:
@@ -267,6 +310,11 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
     args.lut[1] = cv.mpLUTGreen;
     args.lut[2] = cv.mpLUTBlue;
     args.bytes = &cv.mByteTables;
+    const std::ptrdiff_t sampleBytes = src->mdBytePerPixel == 1.0 ? 1 : 2;
+    const std::ptrdiff_t outBytes = src->mdBytePerPixel != 1.0 && dst->miBppEff > 8 ? 2 : 1;
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*src, *dst, CRowGuard::Span(plan.columns, 1, sampleBytes),
+                CRowGuard::Span(plan.columns, cv.miStepX, outBytes));
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         args.out[0] = SampleIO::RowAddress(dst, KvU32(cv.miDstStartX), KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
         if (args.out[0] == nullptr)
@@ -274,7 +322,10 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
         args.rows[0] = src->GetImagePointer(0, KvWrap32(y), 0);
         if (args.rows[0] == nullptr)
             break;  // a chunk shorter than the image: no row to read
+        args.rows[0] = guard.Read(args.rows[0], 0);
+        args.out[0] = guard.Write(args.out[0], 0);
         row(args);
+        guard.Flush();
     }
 }
 
@@ -293,6 +344,45 @@ uint32_t LargestValue(int32_t bppEff)
     default:
         return 255;
     }
+}
+
+// The brightness method walks the whole frame from one source pointer and
+// the destination start it looks up itself. Where either frame would leave
+// its buffer it runs on copies: the returned zero-padded source, and a
+// shadow of the destination view, installed as the converter's, whose image
+// chunk lies in scratch. The caller restores the view and flushes.
+unsigned char* GuardWholeFrame(CImgProcConvDemosaic& cv, int64_t sourceBytes, int64_t destinationBytes,
+                               int64_t pixelStep, unsigned char* source, CMemoryAccess& shadow)
+{
+    const int64_t top = cv.mRectSrc.top, bottom = cv.mRectSrc.bottom;
+    const int64_t left = cv.mRectSrc.left, right = cv.mRectSrc.right;
+    // Smaller frames are not walked at all.
+    if (bottom < 5 || right < 5 || source == nullptr)
+        return source;
+    const int64_t stride = right - left;
+    const sRowSpan read{0, static_cast<std::ptrdiff_t>(((bottom - 1) * stride + right) * sourceBytes)};
+    const int64_t lastRow = (bottom - 5 - top) * static_cast<int64_t>(cv.mRectDst.Width()) * cv.miStepY;
+    const int64_t lastColumn = (right - 5 - left) * pixelStep;
+    int64_t lo = 0, hi = 0;
+    for (int64_t corner : {lastRow, lastColumn, lastRow + lastColumn}) {
+        lo = corner < lo ? corner : lo;
+        hi = corner > hi ? corner : hi;
+    }
+    const sRowSpan write{static_cast<std::ptrdiff_t>(lo * destinationBytes),
+                         static_cast<std::ptrdiff_t>((hi + 1) * destinationBytes)};
+    CRowGuard& guard = cv.mRowGuard;
+    guard.Begin(*cv.mpMemSrc, *cv.mpMemDst, read, write, 1, 1);
+    source = const_cast<unsigned char*>(guard.Read(source, 0));
+    unsigned char* start =
+        cv.mpMemDst->GetImagePointer(cv.miStepX * 2 + cv.miDstStartX, (cv.mRectSrc.top + 2) * cv.miStepY + cv.miDstStartY, 0);
+    if (start != nullptr && !guard.WriteInside(start)) {
+        const uintptr_t moved = reinterpret_cast<uintptr_t>(guard.WriteCopy(start, 0)) - reinterpret_cast<uintptr_t>(start);
+        sKORVAP_ChunkData chunk = cv.mpMemDst->mChunkData[KORVA_CHUNK_IMAGE];
+        chunk.mpChunkBase = reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(chunk.mpChunkBase) + moved);
+        shadow.mChunkData[KORVA_CHUNK_IMAGE] = chunk;
+        cv.mpMemDst = &shadow;
+    }
+    return source;
 }
 
 // The three sample widths: 8-bit source, 16-bit source to 8-bit samples,
@@ -392,6 +482,10 @@ bool CImgProcConvDemosaic::OnConvert()
     if (cls == kClassMono) {
         unsigned char* source = mpMemSrc->GetImagePointer(0, 0, 0);
         unsigned char* destination = mpMemDst->GetImagePointer(0, 0, 0);
+        CMemoryAccess* const view = mpMemDst;
+        CMemoryAccess shadow(*view);
+        source = GuardWholeFrame(*this, width != kByteToByte ? 2 : 1, width == kWordToWord ? 2 : 1,
+                                 width == kWordToWord ? miStepY : miStepX, source, shadow);
         switch (width) {
         case kByteToByte:
             BayerToMonoTemplate_LUT<BYTE, BYTE, unsigned char>(source, destination, 1, miStepY, miStepX);
@@ -408,6 +502,8 @@ bool CImgProcConvDemosaic::OnConvert()
                                                                 miStepY);
             break;
         }
+        mpMemDst = view;
+        mRowGuard.Flush();
         RepairDstBorder(wide ? 2 : 1, miMatrixSize);
         return true;
     }

@@ -51,9 +51,17 @@ bool CImgProcConvDemosaic::GetBalance(double* red, double* green, double* blue)
     const DemosaicBalanceFn row = DemosaicRows::For(KvCpuActive()).balance[layout];
     const uint32_t cells = width - 2 > 0 ? (static_cast<uint32_t>(width - 2) + 1u) / 2u : 0u;
     DemosaicBalanceSums sums = {0, 0, 0, 0};
+    // A cell row reads two rows of the mosaic; where one would reach outside
+    // the source buffer it is read from a copy in which the bytes outside
+    // are 0.
+    mRowGuard.Begin(*mpMemSrc, *mpMemSrc, sRowSpan{0, static_cast<std::ptrdiff_t>(2 * static_cast<int64_t>(cells))},
+                    sRowSpan{0, 0}, 2, 0);
     for (int32_t y = 0; y < height - 2; y += 2) {
-        const unsigned char* top = source + y * stride;
-        row(top, top + stride, cells, &sums);
+        const unsigned char* top = reinterpret_cast<const unsigned char*>(
+            reinterpret_cast<uintptr_t>(source) + static_cast<uintptr_t>(static_cast<std::ptrdiff_t>(y) * stride));
+        const unsigned char* bottom = reinterpret_cast<const unsigned char*>(
+            reinterpret_cast<uintptr_t>(top) + static_cast<uintptr_t>(stride));
+        row(mRowGuard.Read(top, 0), mRowGuard.Read(bottom, 1), cells, &sums);
     }
     const int32_t count = static_cast<int32_t>(sums.count);
     if (count == 0) {

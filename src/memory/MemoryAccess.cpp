@@ -75,6 +75,7 @@ CMemoryAccess::CMemoryAccess(PixelFormatMap* formats)
       miRoiLeft(0),
       miRoiTop(0),
       miBufferLength(0),
+      miBoundLength(0),
       miPixelFormat(0),
       miCanals(1),
       miDataOffset(0),
@@ -174,7 +175,13 @@ void CMemoryAccess::SetPixelFormat(uint32_t format, const sPixelFormatNode* node
 void CMemoryAccess::SetBasePointer(unsigned char* buffer, int32_t length) {
     mpBasePointer = buffer;
     miBufferLength = length;
+    miBoundLength = 0;
     freeChunkOfData();
+}
+
+int64_t CMemoryAccess::BoundLength() const {
+    const int32_t length = miBoundLength > miBufferLength ? miBoundLength : miBufferLength;
+    return length > 0 ? length : 0;
 }
 
 // Only buffers of KvAllocateGuarded may be released here (release == true).
@@ -184,6 +191,7 @@ void CMemoryAccess::FreeBasePointer(bool release) {
     }
     mpBasePointer = nullptr;
     miBufferLength = 0;
+    miBoundLength = 0;
     freeChunkOfData();
 }
 

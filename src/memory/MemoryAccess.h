@@ -23,9 +23,10 @@ typedef std::map<uint32_t, sKORVAP_ChunkData> ChunkDataMap;
 
 // Image buffers that the image object allocates itself carry an owned,
 // zero-filled guard zone of this many bytes before and after the bytes handed
-// out, so that a converter reading or writing one sample or one whole row
-// (even of a wide 16-bit RGB image) past the image stays in owned memory.
-static const int64_t kKvBufferGuard = 1 << 20;
+// out, so that a stray sample next to the image stays in owned memory. Whole
+// rows are kept inside the buffer by the converters' row guard, so the zone
+// need not hold a row; every new buffer pays for zeroing it.
+static const int64_t kKvBufferGuard = 4096;
 
 // Returns the first usable byte of `size` bytes between two guard zones, or
 // null for size <= 0, for a size whose guards would overflow, or when memory
@@ -55,6 +56,9 @@ public:
     void FreeBasePointer(bool release);
 
     unsigned char* GetImagePointer(int32_t x, int32_t y, int32_t plane);
+    // Length of the bytes that may be read or written from mpBasePointer on:
+    // the larger of miBufferLength and miBoundLength, never negative.
+    int64_t BoundLength() const;
 
     int setChunkOfData(uint32_t id, unsigned char* data, int32_t length, int32_t dataOffset, int32_t dataLength);
     int getChunkOfData(uint32_t id, unsigned char** data, int* dataLength);
@@ -74,6 +78,11 @@ public:
     int32_t miRoiLeft;
     int32_t miRoiTop;
     int32_t miBufferLength;
+    // Bytes behind mpBasePointer that may be touched when the buffer is
+    // longer than miBufferLength says: a transform binds only the part of a
+    // destination object's buffer that it needs, yet the whole buffer is the
+    // bound. 0 unless a transform set it; reset with every new buffer.
+    int32_t miBoundLength;
     uint32_t miPixelFormat;
     int32_t miCanals;
     int32_t miDataOffset;

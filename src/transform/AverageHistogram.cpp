@@ -25,23 +25,16 @@ int32_t Load(const unsigned char* p)
     return value;
 }
 
-// The source buffer's bytes. Sites next to the region (a sample or a row
-// further) are read as the sampling rules say; a site that would fall
-// outside the buffer itself is left out of its maximum rather than read.
-struct Extent {
-    explicit Extent(const CMemoryAccess& view)
-        : begin(reinterpret_cast<uintptr_t>(view.mpBasePointer)),
-          end(begin + static_cast<uint32_t>(view.miBufferLength > 0 ? view.miBufferLength : 0))
-    {
-    }
-    bool Holds(const unsigned char* p, uintptr_t bytes) const
-    {
-        const uintptr_t a = reinterpret_cast<uintptr_t>(p);
-        return begin != 0 && a >= begin && a <= end && end - a >= bytes;
-    }
-    uintptr_t begin;
-    uintptr_t end;
-};
+// Sites next to the region (a sample or a row further) are read as the
+// sampling rules say. A row whose sites would reach outside the source
+// buffer is read from a copy in which those bytes are 0; the check is made
+// once per row.
+void GuardRows(CImgProcConv& converter, int64_t bytes)
+{
+    CMemoryAccess& src = *converter.mpMemSrc;
+    converter.mRowGuard.Begin(src, src, sRowSpan{0, static_cast<std::ptrdiff_t>(bytes > 0 ? bytes : 0)},
+                              sRowSpan{0, 0}, 2, 0);
+}
 
 struct Region {
     explicit Region(const CImgProcConv& converter)
@@ -83,38 +76,23 @@ void CAverageHistogram::SampleFourSites(CImgProcConv& converter, CAverageHistogr
 {
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
-    const Extent extent(src);
+    GuardRows(converter, (static_cast<int64_t>(region.width) + 2) * static_cast<int64_t>(sizeof(T)));
     for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         const unsigned char* q = src.GetImagePointer(region.x0, KvAdd32(y, 1), 0);
         if (p == nullptr || q == nullptr)
             continue;
-        const uintptr_t span = (static_cast<uintptr_t>(region.width) + 2) * sizeof(T);
-        if (region.width > 0 && extent.Holds(p, span) && extent.Holds(q, span)) {
-            for (int32_t x = 0; x < region.width; x += region.step) {
-                int32_t v = Load<T>(p + x * sizeof(T));
-                const int32_t b = Load<T>(p + (x + 2) * sizeof(T));
-                const int32_t c = Load<T>(q + x * sizeof(T));
-                const int32_t d = Load<T>(q + (x + 2) * sizeof(T));
-                v = v > b ? v : b;
-                v = v > c ? v : c;
-                v = v > d ? v : d;
-                histogram.Record(v, v);
-            }
-            continue;
-        }
+        p = converter.mRowGuard.Read(p, 0);
+        q = converter.mRowGuard.Read(q, 1);
         for (int32_t x = 0; x < region.width; x += region.step) {
-            const unsigned char* sites[4] = {p + x * sizeof(T), p + (x + 2) * sizeof(T), q + x * sizeof(T),
-                                             q + (x + 2) * sizeof(T)};
-            int32_t v = -1;
-            for (const unsigned char* site : sites) {
-                if (extent.Holds(site, sizeof(T))) {
-                    const int32_t s = Load<T>(site);
-                    v = v > s ? v : s;
-                }
-            }
-            if (v >= 0)
-                histogram.Record(v, v);
+            int32_t v = Load<T>(p + x * sizeof(T));
+            const int32_t b = Load<T>(p + (x + 2) * sizeof(T));
+            const int32_t c = Load<T>(q + x * sizeof(T));
+            const int32_t d = Load<T>(q + (x + 2) * sizeof(T));
+            v = v > b ? v : b;
+            v = v > c ? v : c;
+            v = v > d ? v : d;
+            histogram.Record(v, v);
         }
     }
 }
@@ -123,7 +101,6 @@ void CAverageHistogram::SamplePacked(CImgProcConv& converter, CAverageHistogram&
 {
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
-    const Extent extent(src);
     const int32_t shift = src.miBppEff - 8;
     const int32_t mask = shift == 2 ? 0x33 : (shift == 4 ? 0xFF : 0);
     const int32_t odd = region.x0 & 1;
@@ -134,25 +111,24 @@ void CAverageHistogram::SamplePacked(CImgProcConv& converter, CAverageHistogram&
         return odd == 0 ? ((g[0] << shift) | (m & 15)) : ((g[2] << shift) | (m >> 4));
     };
     const int32_t groups = region.width / 2;
+    GuardRows(converter, groups > 0 ? 3 * static_cast<int64_t>(groups) + 6 : 0);
     for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         const unsigned char* q = src.GetImagePointer(region.x0, KvAdd32(y, 1), 0);
         if (p == nullptr || q == nullptr)
             continue;
         // An odd index addresses the middle of its pair: back to the group start.
-        p -= odd;
-        q -= odd;
+        p = converter.mRowGuard.Read(p - odd, 0);
+        q = converter.mRowGuard.Read(q - odd, 1);
         for (int32_t g = 0; g < groups; g += region.step) {
-            const unsigned char* sites[4] = {p + 3 * g, p + 3 * g + 6, q + 3 * g, q + 3 * g + 6};
-            int32_t v = -1;
-            for (const unsigned char* site : sites) {
-                if (extent.Holds(site, 3)) {
-                    const int32_t s = value(site);
-                    v = v > s ? v : s;
-                }
-            }
-            if (v >= 0)
-                histogram.Record(v, 1);
+            int32_t v = value(p + 3 * g);
+            const int32_t b = value(p + 3 * g + 6);
+            const int32_t c = value(q + 3 * g);
+            const int32_t d = value(q + 3 * g + 6);
+            v = v > b ? v : b;
+            v = v > c ? v : c;
+            v = v > d ? v : d;
+            histogram.Record(v, 1);
         }
     }
 }
@@ -176,17 +152,16 @@ void CAverageHistogram::SampleRgbPixels(CImgProcConv& converter, CAverageHistogr
 {
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
-    const Extent extent(src);
     const int red = redFirst ? 0 : 2;
     const int blue = redFirst ? 2 : 0;
+    GuardRows(converter, count > 0 ? (static_cast<int64_t>(count) - 1) * pixelSize + 3 * sizeof(T) : 0);
     for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         if (p == nullptr)
             continue;
+        p = converter.mRowGuard.Read(p, 0);
         for (int32_t x = 0; x < count; x += region.step) {
             const unsigned char* pixel = p + static_cast<intptr_t>(x) * pixelSize;
-            if (!extent.Holds(pixel, 3 * sizeof(T)))
-                continue;
             const int32_t r = Load<T>(pixel + red * sizeof(T));
             const int32_t g = Load<T>(pixel + sizeof(T));
             const int32_t b = Load<T>(pixel + blue * sizeof(T));
@@ -221,22 +196,17 @@ void CAverageHistogram::SamplePlanarRow(CImgProcConv& converter, CAverageHistogr
 {
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
-    const Extent extent(src);
+    GuardRows(converter, (static_cast<int64_t>(region.width) + 2) * static_cast<int64_t>(sizeof(T)));
     for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         const unsigned char* p = src.GetImagePointer(region.x0, y, 0);
         if (p == nullptr)
             continue;
+        p = converter.mRowGuard.Read(p, 0);
         for (int32_t x = 0; x < region.width; x += region.step) {
-            const unsigned char* sites[2] = {p + x * sizeof(T), p + (x + 2) * sizeof(T)};
-            int32_t v = -1;
-            for (const unsigned char* site : sites) {
-                if (extent.Holds(site, sizeof(T))) {
-                    const int32_t s = Load<T>(site);
-                    v = v > s ? v : s;
-                }
-            }
-            if (v >= 0)
-                histogram.Record(v, v);
+            const int32_t a = Load<T>(p + x * sizeof(T));
+            const int32_t b = Load<T>(p + (x + 2) * sizeof(T));
+            const int32_t v = a > b ? a : b;
+            histogram.Record(v, v);
         }
     }
 }
@@ -255,7 +225,6 @@ void CAverageHistogram::SampleYuv(CImgProcConv& converter)
     CAverageHistogram histogram(converter);
     CMemoryAccess& src = *converter.mpMemSrc;
     const Region region(converter);
-    const Extent extent(src);
     const uint32_t code = src.miPixelFormat;
     int32_t start, groupSize, groups;
     if (code == KORVA_PIXTYPE_YUV411_PACKED) {
@@ -273,17 +242,17 @@ void CAverageHistogram::SampleYuv(CImgProcConv& converter)
     } else {
         return;
     }
+    GuardRows(converter, groups > 0 ? (static_cast<int64_t>(groups) - 1) * groupSize + 2 : 0);
     for (int32_t y = region.y0; y < region.RowEnd(); y = KvAdd32(y, region.step)) {
         if (static_cast<uint32_t>(converter.mRectAverage.right) < static_cast<uint32_t>(start))
             return;
         const unsigned char* p = src.GetImagePointer(start, y, 0);
         if (p == nullptr)
             continue;
+        p = converter.mRowGuard.Read(p, 0);
         for (int32_t i = 0; i < groups; ++i) {
-            const unsigned char* sample = p + static_cast<intptr_t>(i) * groupSize + 1;
-            if (!extent.Holds(sample, 1))
-                continue;
-            histogram.Record(*sample, *sample);
+            const unsigned char sample = p[static_cast<intptr_t>(i) * groupSize + 1];
+            histogram.Record(sample, sample);
         }
     }
 }

@@ -10,6 +10,10 @@ int CImgProc::getAverage(double* average, int left, int top, int right, int bott
 {
     if (average == nullptr)
         return RESULT_BAD_PARAM;
+    // Everything below reads the object's state (the catalogue lookup even
+    // writes), so a transform handing a frame into this object must finish
+    // first: one lock for all steps.
+    TransformLock lock(&mTransformMutex);
     const int32_t height = KvSub32(bottom, top);
     const int32_t width = KvSub32(right, left);
     int bits = 0;
@@ -24,7 +28,6 @@ int CImgProc::getAverage(double* average, int left, int top, int right, int bott
     const int32_t cells = step * step;
 
     if (height > 8 && width > 8 && KvMul32(height, width) / cells >= 592) {
-        TransformLock lock(&mTransformMutex);
         double mean_sum = 0.0;
         bool last = false;
         for (int32_t k = 0; k < 4; ++k) {
@@ -54,11 +57,7 @@ int CImgProc::getAverage(double* average, int left, int top, int right, int bott
     CImgProcConv* converter = mPixelFormatMap[mMemSrc.miPixelFormat].mpFormatConverter;
     if (converter == nullptr)
         return RESULT_FAIL;
-    bool ok;
-    {
-        TransformLock lock(&mTransformMutex);
-        ok = converter->Average(step, left, top, right, bottom, &mean, &dark, &bright);
-    }
+    const bool ok = converter->Average(step, left, top, right, bottom, &mean, &dark, &bright);
     *average = mean;
     return ok ? RESULT_OK : RESULT_FAIL;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "KvRect.h"
+#include "RowGuard.h"
 
 class CImgProc;
 class CMemoryAccess;
@@ -43,6 +44,8 @@ public:
     int32_t miAverageStep;
     CKvRect mRectAverage;
     int32_t* mpHistogram;
+    // Scratch rows that keep the row walks inside their buffers.
+    CRowGuard mRowGuard;
 
 private:
     CImgProcConv(const CImgProcConv&) = delete;

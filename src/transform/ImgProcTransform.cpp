@@ -203,6 +203,9 @@ int CImgProc::TransformConverting(CImgProc& dst)
     }
 
     mMemDst.SetBasePointer(target.address, target.need);
+    // Only `need` bytes are bound, but the converter may touch the whole of
+    // the destination's buffer, as the steps say.
+    mMemDst.miBoundLength = dst.mMemSrc.miBufferLength;
     if (!mMemDst.CopyChunkDataMap(&mMemSrc))
         return RESULT_FAIL;
     const int32_t image_length =
