@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "DemosaicKernels.h"
 #include "DemosaicRows.h"
@@ -328,26 +329,48 @@ void MonoWide(const DemosaicRowArgs& r)
     const __m256i interleave =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     const auto vector = [&](uint32_t x) {
-        const auto mad = [](const unsigned char* p, __m256i w) { return _mm256_maddubs_epi16(Load(p), w); };
-        __m256i even = _mm256_add_epi16(mad(rows[0] + x, o01), mad(rows[0] + x + 2, o23));
-        __m256i odd = _mm256_add_epi16(mad(rows[0] + x + 1, o01), mad(rows[0] + x + 3, o23));
-        even = _mm256_add_epi16(even, _mm256_add_epi16(mad(rows[4] + x, o01), mad(rows[4] + x + 2, o23)));
-        odd = _mm256_add_epi16(odd, _mm256_add_epi16(mad(rows[4] + x + 1, o01), mad(rows[4] + x + 3, o23)));
+        // Each row is loaded once; its copies shifted by 1 to 4 bytes come
+        // from byte aligns with the 4 bytes past the vector, which the last
+        // outputs read anyway.
+        struct Shifted {
+            __m256i at[5];
+        };
+        const auto shifted = [x](const unsigned char* row) {
+            const unsigned char* const p = row + x;
+            int32_t next;
+            std::memcpy(&next, p + 32, sizeof next);
+            Shifted s;
+            s.at[0] = Load(p);
+            const __m256i tail = _mm256_castsi128_si256(_mm_cvtsi32_si128(next));
+            const __m256i mid = _mm256_permute2x128_si256(s.at[0], tail, 0x21);
+            s.at[1] = _mm256_alignr_epi8(mid, s.at[0], 1);
+            s.at[2] = _mm256_alignr_epi8(mid, s.at[0], 2);
+            s.at[3] = _mm256_alignr_epi8(mid, s.at[0], 3);
+            s.at[4] = _mm256_alignr_epi8(mid, s.at[0], 4);
+            return s;
+        };
+        const auto mad = [](__m256i v, __m256i w) { return _mm256_maddubs_epi16(v, w); };
+        __m256i even, odd;
+        {
+            const Shifted a = shifted(rows[0]), b = shifted(rows[4]);
+            even = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], o01), mad(a.at[2], o23)),
+                                    _mm256_add_epi16(mad(b.at[0], o01), mad(b.at[2], o23)));
+            odd = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], o01), mad(a.at[3], o23)),
+                                   _mm256_add_epi16(mad(b.at[1], o01), mad(b.at[3], o23)));
+        }
         for (int k = 1; k <= 3; k += 2) {
-            const unsigned char* const p = rows[k] + x;
-            const __m256i last = Load(p + 4);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(p, n01), mad(p + 2, n23)),
-                                                           _mm256_maddubs_epi16(last, n4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(p + 1, n01), mad(p + 3, n23)),
-                                                         _mm256_maddubs_epi16(last, n4odd)));
+            const Shifted a = shifted(rows[k]);
+            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], n01), mad(a.at[2], n23)),
+                                                           mad(a.at[4], n4)));
+            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], n01), mad(a.at[3], n23)),
+                                                         mad(a.at[4], n4odd)));
         }
         {
-            const unsigned char* const p = rows[2] + x;
-            const __m256i last = Load(p + 4);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(p, c01), mad(p + 2, c23)),
-                                                           _mm256_maddubs_epi16(last, c4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(p + 1, c01), mad(p + 3, c23)),
-                                                         _mm256_maddubs_epi16(last, c4odd)));
+            const Shifted a = shifted(rows[2]);
+            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], c01), mad(a.at[2], c23)),
+                                                           mad(a.at[4], c4)));
+            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], c01), mad(a.at[3], c23)),
+                                                         mad(a.at[4], c4odd)));
         }
         // A negative sum stays negative after the shift and packus makes it
         // 0, as the clamp after the division does; above 255 it saturates.

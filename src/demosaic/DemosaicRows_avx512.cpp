@@ -348,7 +348,8 @@ void MonoWide(const DemosaicRowArgs& r)
     const __m512i c01 = WeightPair(-2, 6), c23 = WeightPair(16, 6), c4 = WeightPair(-2, 0), c4odd = WeightPair(0, -2);
     // Even outputs in the low half of each 128-bit lane after packus, odd
     // ones in the high half: interleave them back.
-    const __m512i interleave = _mm512_broadcast_i32x4(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
+    const __m512i interleave =
+        _mm512_broadcast_i32x4(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     const auto vector = [&](uint32_t x) {
         // Each row is loaded once; its copies shifted by 1 to 4 bytes come
         // from byte aligns with the 4 bytes past the vector, which the last
