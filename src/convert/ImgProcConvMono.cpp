@@ -195,7 +195,7 @@ bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t
         } else if (narrowDestination) {
             row->convert = TableRow<uint16_t, uint8_t>;
             if (bodies.words8 != nullptr && stepX == 1 &&
-                ConvLutIsRescale8(lut, ConvLargestSample(srcBpp), &row->rescale)) {
+                ConvLutIsRescale8(lut, LargestSampleValue(srcBpp), &row->rescale)) {
                 row->words = bodies.words8;
                 row->convert = WordsVectorRow;
             }

@@ -298,7 +298,7 @@ RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvRowBodies& 
         return f.vector;
     }
     if (row == &ColourRow<WORD, BYTE, 6, false, FOURTH_NONE> && bodies.words8 != nullptr) {
-        const int32_t srcMax = ConvLargestSample(srcBpp);
+        const int32_t srcMax = LargestSampleValue(srcBpp);
         sConvRescale r1, r2;
         if (ConvLutIsRescale8(c->lut0, srcMax, &c->rescale) && ConvLutIsRescale8(c->lut1, srcMax, &r1) &&
             ConvLutIsRescale8(c->lut2, srcMax, &r2)) {
@@ -466,7 +466,7 @@ void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t
     const sConvRowBodies& bodies = ConvRowBodies(level);
     if (srcBpp > 8 && dstBpp == 8) {
         r->convert = &PlanarRow<WORD>;
-        const int32_t srcMax = ConvLargestSample(srcBpp);
+        const int32_t srcMax = LargestSampleValue(srcBpp);
         sConvRescale r1, r2;
         if (stepX == 1 && bodies.words8 != nullptr && ConvLutIsRescale8(lut[0], srcMax, &r->rescale) &&
             ConvLutIsRescale8(lut[1], srcMax, &r1) && ConvLutIsRescale8(lut[2], srcMax, &r2)) {

@@ -50,22 +50,6 @@ const sConvRowBodies& ConvRowBodies(KvCpuLevel level)
     return levels.level[static_cast<int>(level)];
 }
 
-int32_t ConvLargestSample(int32_t bppEff)
-{
-    switch (bppEff) {
-    case 10:
-        return 1023;
-    case 12:
-        return 4095;
-    case 14:
-        return 16383;
-    case 16:
-        return 65535;
-    default:
-        return 255;
-    }
-}
-
 bool ConvLutIsIdentity8(const uint16_t* lut)
 {
     static const struct sIdentity {

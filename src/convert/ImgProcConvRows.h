@@ -61,8 +61,6 @@ struct sConvRowBodies {
 // null entry of a higher level means the portable loop serves that path.
 const sConvRowBodies& ConvRowBodies(KvCpuLevel level);
 
-// Largest sample value of an effective depth, as the tables are built.
-int32_t ConvLargestSample(int32_t bppEff);
 
 // Entries 0..255 are 0..255.
 bool ConvLutIsIdentity8(const uint16_t* lut);

@@ -329,23 +329,6 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
     }
 }
 
-// Largest sample value of a depth, as the tone tables count it.
-uint32_t LargestValue(int32_t bppEff)
-{
-    switch (bppEff) {
-    case 10:
-        return 1023;
-    case 12:
-        return 4095;
-    case 14:
-        return 16383;
-    case 16:
-        return 65535;
-    default:
-        return 255;
-    }
-}
-
 // The brightness method walks the whole frame from one source pointer and
 // the destination start it looks up itself. Where either frame would leave
 // its buffer it runs on copies: the returned zero-padded source, and a
@@ -427,8 +410,8 @@ bool CImgProcConvDemosaic::OnConvert()
     if (mpMemSrc->mdBytePerPixel == 1.0)
         DemosaicRows::FillByteTables(mpLUTRed, mpLUTGreen, mpLUTBlue, &mByteTables);
     else
-        DemosaicRows::FillRescale(mpLUTRed, mpLUTGreen, mpLUTBlue, LargestValue(mpMemSrc->miBppEff),
-                                  LargestValue(mpMemDst->miBppEff), &mByteTables);
+        DemosaicRows::FillRescale(mpLUTRed, mpLUTGreen, mpLUTBlue, static_cast<uint32_t>(LargestSampleValue(mpMemSrc->miBppEff)),
+                                  static_cast<uint32_t>(LargestSampleValue(mpMemDst->miBppEff)), &mByteTables);
 
     delete[] mppRows;
     mppRows = nullptr;

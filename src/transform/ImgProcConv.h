@@ -10,6 +10,9 @@
 #include "RowGuard.h"
 
 class CImgProc;
+
+// Largest sample value of a depth, as the tone tables count it.
+int32_t LargestSampleValue(int32_t bppEff);
 class CMemoryAccess;
 
 class CImgProcConv {

@@ -6,10 +6,7 @@
 #include "ImgProc.h"
 #include "KvMath.h"
 
-namespace {
-
-// Largest sample value of a format, from its effective bits alone. Depths
-// without an entry (8, 11, 13, 15, ...) count as 8-bit.
+// Depths without an entry (8, 11, 13, 15, ...) count as 8-bit.
 int32_t LargestSampleValue(int32_t bppEff)
 {
     switch (bppEff) {
@@ -25,8 +22,6 @@ int32_t LargestSampleValue(int32_t bppEff)
         return 255;
     }
 }
-
-}  // namespace
 
 void CImgProc::createLookUpTables(double gainRed, double gainGreen, double gainBlue, double gamma)
 {
