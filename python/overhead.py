@@ -72,12 +72,11 @@ def main():
         conv = kv.Converter(source, destination, method=method, width=width, height=height)
         conv.convert(frame)
         image = conv._image
-        length = max(_formats.frame_bytes(dst, W, H), _formats.transform_bytes(dst, W, H)) + _formats.slack(dst, W)
+        length = max(_formats.frame_bytes(dst, W, H), _formats.transform_bytes(dst, W, H))
         out = np.zeros(length, np.uint8)
-        src_bytes = _formats.frame_bytes(conv._runs_as, W, H)
 
         def host():
-            ctypes.memmove(image._buffer, frame.ctypes.data, src_bytes)
+            image.load(frame, conv._runs_as, W, H)
             target = np.zeros(length, np.uint8)
             image.call("doTransform", target.ctypes.data, length)
 

@@ -107,12 +107,6 @@ def transform_bytes(fmt, width, height):
     return int(width * factor * height)
 
 
-def slack(fmt, width):
-    """Room behind a frame: converters read and write a little past the image
-    at odd widths and 4:2:2 row ends; one row and 16 bytes cover it."""
-    return max(frame_bytes(fmt, width, 1), transform_bytes(fmt, width, 1)) + 16
-
-
 def shape_of(fmt, width, height):
     """Natural NumPy shape of a frame of this format."""
     if fmt.layout == "hw":

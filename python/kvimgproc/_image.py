@@ -16,6 +16,7 @@ _c = ctypes
 _P = _c.c_void_p
 _SLOTS = {
     "allocateBuffer": (8, _c.c_int),
+    "setBuffer": (14, _P, _c.c_int),
     "getBuffer": (12, _c.POINTER(_P)),
     "setSize": (22, _c.c_int, _c.c_int),
     "setPixelFormat": (26, _c.c_int),
@@ -54,7 +55,7 @@ class Image:
             _bound[table] = {name: method(self.ptr, slot, ctypes.c_int, *args)
                              for name, (slot, *args) in _SLOTS.items()}
         self._f = _bound[table]
-        self._buffer = ctypes.c_void_p()
+        self._frame = None
         self._shape = None
 
     def close(self):
@@ -72,25 +73,23 @@ class Image:
         check(name, self._f[name](self.ptr, *args))
 
     def load(self, frame, fmt, width, height):
-        """Lays the frame into the object: the one copy the host boundary
-        needs, into a buffer with zeroed room behind the image."""
+        """Hands the frame's own memory to the object, without a copy: the
+        plug-in reads nothing outside a buffer it was handed (samples there
+        count as 0), so the array needs no room behind the image. The object
+        keeps a reference to the array until the next frame."""
         image_bytes = _formats.frame_bytes(fmt, width, height)
+        if image_bytes > INT32_MAX:
+            raise ValueError(f"a {width}x{height} {fmt.name} frame is too large for the plug-in")
         shape = (fmt.code, width, height)
         if shape != self._shape:
-            need = max(image_bytes, _formats.transform_bytes(fmt, width, height)) + _formats.slack(fmt, width)
-            if need > INT32_MAX:
-                raise ValueError(f"a {width}x{height} {fmt.name} frame is too large for the plug-in")
             self._shape = None
             self.call("setSize", width, height)
             self.call("setPixelFormat", _as_int(fmt.code))
-            # An unchanged length keeps the buffer, so only a new shape lands here.
-            self.call("allocateBuffer", need)
-            self.call("getBuffer", ctypes.byref(self._buffer))
-            ctypes.memset(self._buffer, 0, need)
             self._shape = shape
-        ctypes.memmove(self._buffer, frame.ctypes.data, image_bytes)
-        # A new chunk each frame: the object forgets its chunks with its buffer.
-        self.call("setChunkOfData", KORVA_CHUNK_IMAGE, self._buffer, image_bytes, 0, image_bytes)
+        self._frame = frame
+        self.call("setBuffer", frame.ctypes.data, image_bytes)
+        # A new buffer forgets its chunks: lay the image chunk each frame.
+        self.call("setChunkOfData", KORVA_CHUNK_IMAGE, frame.ctypes.data, image_bytes, 0, image_bytes)
         self.call("setState", KORVA_IMAGESTATE_OK)
 
     def transform(self, dst, method_code, balance, width, height):
@@ -99,7 +98,7 @@ class Image:
         self.call("setDemosaicColorBalance", *balance)
         self.call("setDestinationPixelFormat", _as_int(dst.code))
         image_bytes = _formats.frame_bytes(dst, width, height)
-        length = max(image_bytes, _formats.transform_bytes(dst, width, height)) + _formats.slack(dst, width)
+        length = max(image_bytes, _formats.transform_bytes(dst, width, height))
         if length > INT32_MAX:
             raise ValueError(f"a {width}x{height} {dst.name} result is too large for the plug-in")
         out = np.zeros(length, np.uint8)
