@@ -7,36 +7,9 @@
 #include "ImgProc.h"
 #include "KvMath.h"
 #include "MemoryAccess.h"
+#include "SampleIO.h"
 
 namespace {
-
-// Samples are read and written byte-wise, little-endian, so that neither
-// alignment nor the host's byte order matters.
-template <typename T>
-T LoadSample(const unsigned char* p);
-
-template <>
-uint8_t LoadSample<uint8_t>(const unsigned char* p)
-{
-    return p[0];
-}
-
-template <>
-uint16_t LoadSample<uint16_t>(const unsigned char* p)
-{
-    return static_cast<uint16_t>(p[0] | (p[1] << 8));
-}
-
-inline void StoreSample(unsigned char* p, uint8_t v)
-{
-    p[0] = v;
-}
-
-inline void StoreSample(unsigned char* p, uint16_t v)
-{
-    p[0] = static_cast<unsigned char>(v & 0xFF);
-    p[1] = static_cast<unsigned char>(v >> 8);
-}
 
 // Moves `count` elements of one row; a wider source keeps its low bits.
 // The destination advances `stepX` elements per source element. The odd
@@ -48,13 +21,13 @@ void CopyRow(const unsigned char* src, unsigned char* dst, int32_t count, int32_
     const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(stepX) * SD;
     int32_t rest = count % 8;
     for (; rest > 0; --rest) {
-        StoreSample(dst, static_cast<D>(LoadSample<S>(src)));
+        SampleIO::Store(reinterpret_cast<D*>(dst), SampleIO::Load(reinterpret_cast<const S*>(src)));
         src += sizeof(S);
         dst += dstStep;
     }
     for (int32_t blocks = count / 8; blocks > 0; --blocks) {
         for (int k = 0; k < 8; ++k) {
-            StoreSample(dst, static_cast<D>(LoadSample<S>(src)));
+            SampleIO::Store(reinterpret_cast<D*>(dst), SampleIO::Load(reinterpret_cast<const S*>(src)));
             src += sizeof(S);
             dst += dstStep;
         }

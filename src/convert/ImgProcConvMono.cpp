@@ -10,24 +10,9 @@
 #include "KvMath.h"
 #include "MemoryAccess.h"
 #include "ImgProcConvRows.h"
+#include "SampleIO.h"
 
 namespace {
-
-// Samples are in host byte order and rows are not aligned, so they are moved
-// with memcpy.
-template <typename T>
-T LoadSample(const unsigned char* p)
-{
-    T v;
-    std::memcpy(&v, p, sizeof v);
-    return v;
-}
-
-template <typename T>
-void StoreSample(unsigned char* p, T v)
-{
-    std::memcpy(p, &v, sizeof v);
-}
 
 // Unpacked source: one table lookup per pixel. The sample is the index as it
 // stands, without masking to the format's depth.
@@ -37,7 +22,7 @@ void TableRow(const unsigned char* src, unsigned char* dst, int32_t width, const
     const uint16_t* lut = row.lut;
     const std::ptrdiff_t dstStep = static_cast<std::ptrdiff_t>(row.stepX) * static_cast<std::ptrdiff_t>(sizeof(D));
     for (int32_t x = 0; x < width; ++x) {
-        StoreSample(dst + x * dstStep, static_cast<D>(lut[LoadSample<S>(src)]));
+        SampleIO::Store(reinterpret_cast<D*>(dst + x * dstStep), lut[SampleIO::Load(reinterpret_cast<const S*>(src))]);
         src += sizeof(S);
     }
 }
@@ -64,8 +49,8 @@ void UnpackRow(const unsigned char* src, unsigned char* dst, int32_t width, cons
         uint16_t p0, p1;
         ReadGroup<Shift, Mask>(src, p0, p1);
         const std::ptrdiff_t x = 2 * static_cast<std::ptrdiff_t>(g);
-        StoreSample(dst + x * dstStep, static_cast<D>(lut[p0]));
-        StoreSample(dst + (x + 1) * dstStep, static_cast<D>(lut[p1]));
+        SampleIO::Store(reinterpret_cast<D*>(dst + x * dstStep), lut[p0]);
+        SampleIO::Store(reinterpret_cast<D*>(dst + (x + 1) * dstStep), lut[p1]);
         src += 3;
     }
 }
