@@ -293,11 +293,15 @@ struct LevelSets {
     LevelSets() : avx2(), avx512()
     {
         // Only filled for a CPU that can run them; the probe is cached.
-        if (KvCpuSupported() >= KvCpuLevel::Avx2)
+        if (KvCpuSupported() >= KvCpuLevel::Avx2) {
             DemosaicRowsAvx2(&avx2);
+            DemosaicHqRowsAvx2(&avx2);
+        }
         FillGaps(&avx2, kPortable);
-        if (KvCpuSupported() >= KvCpuLevel::Avx512)
+        if (KvCpuSupported() >= KvCpuLevel::Avx512) {
             DemosaicRowsAvx512(&avx512);
+            DemosaicHqRowsAvx512(&avx512);
+        }
         FillGaps(&avx512, avx2);
     }
 };

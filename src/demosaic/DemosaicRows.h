@@ -111,5 +111,8 @@ public:
 // portable functions.
 void DemosaicRowsAvx2(DemosaicRowSet* set);
 void DemosaicRowsAvx512(DemosaicRowSet* set);
+// The 5x5 rows of each level, in files of their own.
+void DemosaicHqRowsAvx2(DemosaicRowSet* set);
+void DemosaicHqRowsAvx512(DemosaicRowSet* set);
 
 #endif

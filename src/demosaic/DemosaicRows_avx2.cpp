@@ -696,9 +696,8 @@ void BilinearWords(const DemosaicRowArgs& r)
 }
 
 
-// ---- 5x5 kernels: 8 outputs at a time in 32-bit lanes ---------------------
-// As in the AVX-512 file: both parities' kernels for every lane, blended by
-// the lane's parity, and a power-of-two divisor as a biased shift.
+// ---- 5x5 taps: 8 outputs at a time in 32-bit lanes ------------------------
+// As in the AVX-512 file: a power-of-two divisor as a biased shift.
 
 template <typename S>
 inline __m256i Samples(const unsigned char* row, std::ptrdiff_t at)
@@ -743,144 +742,6 @@ struct Taps {
         return _mm256_sra_epi32(_mm256_add_epi32(sum, bias), _mm_cvtsi32_si128(log2));
     }
 };
-
-// Byte shuffles that lay out 8 pixels from three vectors of samples: for
-// 8-bit samples red and green share one source (green in bytes 8 to 15).
-struct HqInterleave {
-    __m128i bytes[2][2];   // [output part][red-green, blue]
-    __m128i words[3][3];   // [output part][red, green, blue]
-
-    HqInterleave()
-    {
-        for (int v = 0; v < 2; ++v) {
-            alignas(16) uint8_t rg[16], b[16];
-            for (int j = 0; j < 16; ++j) {
-                const int n = 16 * v + j;
-                const int pixel = n / 3, channel = n % 3;
-                rg[j] = static_cast<uint8_t>(n < 24 && channel < 2 ? pixel + 8 * channel : 0x80);
-                b[j] = static_cast<uint8_t>(n < 24 && channel == 2 ? pixel : 0x80);
-            }
-            bytes[v][0] = _mm_load_si128(reinterpret_cast<const __m128i*>(rg));
-            bytes[v][1] = _mm_load_si128(reinterpret_cast<const __m128i*>(b));
-        }
-        for (int v = 0; v < 3; ++v) {
-            for (int c = 0; c < 3; ++c) {
-                alignas(16) uint8_t m[16];
-                for (int j = 0; j < 16; ++j) {
-                    const int element = (16 * v + j) / 2;
-                    m[j] = static_cast<uint8_t>(element % 3 == c ? 2 * (element / 3) + j % 2 : 0x80);
-                }
-                words[v][c] = _mm_load_si128(reinterpret_cast<const __m128i*>(m));
-            }
-        }
-    }
-};
-
-const HqInterleave& HqPattern()
-{
-    static const HqInterleave pattern;
-    return pattern;
-}
-
-template <int kLayout, int kWidth>
-inline void PutEight(const Outs& o, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
-                     const HqInterleave& hl)
-{
-    const __m256i v[3] = {red, green, blue};
-    __m128i c[3];
-    for (int k = 0; k < 3; ++k) {
-        // Values are 0..255: pack the eight lanes to words, in order.
-        const __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(v[k], v[k]), 0x08);
-        c[k] = _mm256_castsi256_si128(words);
-        if (kWidth != kWidthWordToWord)
-            c[k] = _mm_packus_epi16(c[k], c[k]);
-    }
-    if (kLayout == kLayoutPlanar) {
-        for (int k = 0; k < 3; ++k) {
-            if (kWidth == kWidthWordToWord)
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(o.out[k] + 2 * x), c[k]);
-            else
-                _mm_storel_epi64(reinterpret_cast<__m128i*>(o.out[k] + x), c[k]);
-        }
-        return;
-    }
-    const __m128i first = kLayout == kLayoutRGB ? c[0] : c[2];
-    const __m128i last = kLayout == kLayoutRGB ? c[2] : c[0];
-    if (kWidth != kWidthWordToWord) {
-        const __m128i rg = _mm_unpacklo_epi64(first, c[1]);
-        unsigned char* out = o.out[0] + 3 * x;
-        const __m128i part0 =
-            _mm_or_si128(_mm_shuffle_epi8(rg, hl.bytes[0][0]), _mm_shuffle_epi8(last, hl.bytes[0][1]));
-        const __m128i part1 =
-            _mm_or_si128(_mm_shuffle_epi8(rg, hl.bytes[1][0]), _mm_shuffle_epi8(last, hl.bytes[1][1]));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), part0);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + 16), part1);
-        return;
-    }
-    const __m128i ch[3] = {first, c[1], last};
-    unsigned char* out = o.out[0] + 6 * x;
-    for (int p = 0; p < 3; ++p) {
-        __m128i part = _mm_setzero_si128();
-        for (int k = 0; k < 3; ++k)
-            part = _mm_or_si128(part, _mm_shuffle_epi8(ch[k], hl.words[p][k]));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * p), part);
-    }
-}
-
-template <typename S, int kLayout, int kWidth>
-void Hq(const DemosaicRowArgs& r)
-{
-    const DemosaicRowFn portable = DemosaicRows::Portable().hq[kLayout][kWidth];
-    const int32_t* const greens[2] = {r.phase == 0 ? GreenAtNotGreen : GreenAtGreen,
-                                      r.phase == 0 ? GreenAtGreen : GreenAtNotGreen};
-    const int32_t greenDivs[2] = {r.phase == 0 ? GreenAtNotGreenDiv : GreenAtGreenDiv,
-                                  r.phase == 0 ? GreenAtGreenDiv : GreenAtNotGreenDiv};
-    const int32_t* const reds[2] = {r.phase == 0 ? RedAtRed : RedAtGreenInBlue,
-                                    r.phase == 0 ? RedAtGreenInRed : RedAtBlue};
-    const int32_t redDivs[2] = {r.phase == 0 ? RedAtRedDiv : RedAtGreenInBlueDiv,
-                                r.phase == 0 ? RedAtGreenInRedDiv : RedAtBlueDiv};
-    const int32_t* const blues[2] = {r.phase == 0 ? BlueAtRedInRed : BlueAtGreenInBlue,
-                                     r.phase == 0 ? BlueAtGreenInRed : BlueAtBlue};
-    const int32_t blueDivs[2] = {r.phase == 0 ? BlueAtRedInRedDiv : BlueAtGreenInBlueDiv,
-                                 r.phase == 0 ? BlueAtGreenInRedDiv : BlueAtBlueDiv};
-    Taps taps[3][2];
-    bool shifts = true;
-    for (int c = 0; c < 2; ++c) {
-        taps[0][c].Set(reds[c], redDivs[c]);
-        taps[1][c].Set(greens[c], greenDivs[c]);
-        taps[2][c].Set(blues[c], blueDivs[c]);
-        for (int k = 0; k < 3; ++k)
-            shifts = shifts && taps[k][c].log2 >= 0;
-    }
-    if (r.step != 1 || r.count < 8 || !shifts) {
-        portable(r);
-        return;
-    }
-    const unsigned char* const window[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
-    const HqInterleave hl = HqPattern();
-    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
-    const __m128i shift = _mm_cvtsi32_si128(r.shift);
-    const __m256i top = _mm256_set1_epi32(255);
-    const __m256i oddLanes = _mm256_set_epi32(-1, 0, -1, 0, -1, 0, -1, 0);
-    const auto vector = [&](uint32_t x) {
-        // Lanes of odd columns take the second kernel.
-        const __m256i odd = (x & 1) ? _mm256_xor_si256(oddLanes, _mm256_set1_epi32(-1)) : oddLanes;
-        __m256i v[3];
-        for (int k = 0; k < 3; ++k) {
-            const __m256i even = taps[k][0].Sum<S>(window, x);
-            const __m256i other = taps[k][1].Sum<S>(window, x);
-            const __m256i q = _mm256_sra_epi32(_mm256_blendv_epi8(even, other, odd), shift);
-            v[k] = _mm256_min_epi32(_mm256_max_epi32(q, _mm256_setzero_si256()), top);
-        }
-        PutEight<kLayout, kWidth>(outs, x, v[0], v[1], v[2], hl);
-    };
-    uint32_t x = 0;
-    for (; x + 8 <= r.count; x += 8)
-        vector(x);
-    if (x < r.count)
-        vector(r.count - 8);
-}
-
 
 // One row of the 5x5 brightness from a deep mosaic, 8 outputs at a time
 // with the 5x5 taps: the division by 32 and the clamp to 0..255 are the same.
@@ -931,15 +792,6 @@ void DemosaicRowsAvx2(DemosaicRowSet* set)
     set->balance[kCellGB] = Balance<2, 0, 3, 1>;
     set->mono[kWidthWordToByte] = MonoWords<kWidthWordToByte>;
     set->mono[kWidthWordToWord] = MonoWords<kWidthWordToWord>;
-    set->hq[kLayoutRGB][kWidthByteToByte] = Hq<BYTE, kLayoutRGB, kWidthByteToByte>;
-    set->hq[kLayoutBGR][kWidthByteToByte] = Hq<BYTE, kLayoutBGR, kWidthByteToByte>;
-    set->hq[kLayoutPlanar][kWidthByteToByte] = Hq<BYTE, kLayoutPlanar, kWidthByteToByte>;
-    set->hq[kLayoutRGB][kWidthWordToByte] = Hq<WORD, kLayoutRGB, kWidthWordToByte>;
-    set->hq[kLayoutBGR][kWidthWordToByte] = Hq<WORD, kLayoutBGR, kWidthWordToByte>;
-    set->hq[kLayoutPlanar][kWidthWordToByte] = Hq<WORD, kLayoutPlanar, kWidthWordToByte>;
-    set->hq[kLayoutRGB][kWidthWordToWord] = Hq<WORD, kLayoutRGB, kWidthWordToWord>;
-    set->hq[kLayoutBGR][kWidthWordToWord] = Hq<WORD, kLayoutBGR, kWidthWordToWord>;
-    set->hq[kLayoutPlanar][kWidthWordToWord] = Hq<WORD, kLayoutPlanar, kWidthWordToWord>;
     set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;
     set->nearest[kLayoutBGR][kWidthWordToByte] = NearestWords<kLayoutBGR, kWidthWordToByte>;
     set->nearest[kLayoutPlanar][kWidthWordToByte] = NearestWords<kLayoutPlanar, kWidthWordToByte>;
