@@ -234,14 +234,242 @@ void Hq(const DemosaicRowArgs& r)
         vector(r.count - 16);
 }
 
+// ---- 8-bit mosaics: 64 outputs at a time in 16-bit lanes ------------------
+// Each of the ten kernels is symmetric about its centre, so a kernel is a
+// few weighted sums that the kernels share: the centre C, its row
+// neighbours at 1 and 2 (H1, H2), its column neighbours at 1 and 2 (M, V),
+// the four diagonal neighbours (D) and the four corners (W). A load of 64
+// bytes split into its even and odd columns gives 32 centres of each
+// parity, so no lane computes a kernel it does not use.
+//
+// Range: samples are 0..255 and no partial sum below leaves -3060..7140,
+// so 16-bit lanes are exact. A negative sum clamps to 0 whichever way the
+// division rounds, so the truncating division by a power of two and the
+// shift after it are one arithmetic shift; the pack to bytes with unsigned
+// saturation is the clamp to 0..255.
+
+struct Terms {
+    __m512i centre, row1, row2, column1, column2, diagonal, corner;
+};
+
+inline __m512i Add(__m512i a, __m512i b)
+{
+    return _mm512_add_epi16(a, b);
+}
+
+inline __m512i Sub(__m512i a, __m512i b)
+{
+    return _mm512_sub_epi16(a, b);
+}
+
+template <int kCount>
+inline __m512i Shl(__m512i a)
+{
+    return _mm512_slli_epi16(a, kCount);
+}
+
+// Right shifts of the three divisors (8, 4, 16) plus the row's shift.
+struct Shifts {
+    __m128i by2, by3, by4;
+    explicit Shifts(int32_t shift)
+        : by2(_mm_cvtsi32_si128(2 + shift)), by3(_mm_cvtsi32_si128(3 + shift)), by4(_mm_cvtsi32_si128(4 + shift))
+    {
+    }
+};
+
+// Green, the site's own colour and the other colour at red and blue sites:
+// (4C + 2H1 - H2 + 2M - V) / 8, (16C - 2H2 - 2V - W) / 4 and
+// (12C - 3H2 + 4D - 3V) / 16.
+inline void ColourSite(const Terms& t, const Shifts& s, __m512i (&out)[3])
+{
+    const __m512i c2 = Add(t.centre, t.centre);
+    const __m512i ends = Add(t.row2, t.column2);
+    out[0] = _mm512_sra_epi16(Sub(Shl<1>(Add(Add(c2, t.row1), t.column1)), ends), s.by3);
+    out[1] = _mm512_sra_epi16(Sub(Shl<1>(Sub(Shl<3>(t.centre), ends)), t.corner), s.by2);
+    out[2] = _mm512_sra_epi16(Sub(Shl<2>(Add(Add(c2, t.centre), t.diagonal)), Add(Shl<1>(ends), ends)), s.by4);
+}
+
+// The same at green sites: (8C - D) / 4, the colour of the site's row
+// (10C + 8H1 - 2H2 - 2D + V) / 16 and the other (10C + H2 + 8M - 2D - 2V) / 16.
+inline void GreenSite(const Terms& t, const Shifts& s, __m512i (&out)[3])
+{
+    const __m512i c5 = Add(Shl<2>(t.centre), t.centre);
+    out[0] = _mm512_sra_epi16(Sub(Shl<3>(t.centre), t.diagonal), s.by2);
+    const __m512i own = Sub(Add(c5, Shl<2>(t.row1)), Add(t.row2, t.diagonal));
+    out[1] = _mm512_sra_epi16(Add(Shl<1>(own), t.column2), s.by4);
+    const __m512i other = Sub(Add(c5, Shl<2>(t.column1)), Add(t.diagonal, t.column2));
+    out[2] = _mm512_sra_epi16(Add(Shl<1>(other), t.row2), s.by4);
+}
+
+// Where the pack of even and odd lanes leaves pixel p of a block: each
+// 128-bit lane holds 8 even then 8 odd pixels.
+inline int PackedAt(int p)
+{
+    return 16 * (p >> 4) + 8 * (p & 1) + ((p >> 1) & 7);
+}
+
+// Permutes that put a block's packed bytes in pixel order: one source for a
+// plane; for packed pixels the first two samples of each pixel from one
+// two-source permute, the third merged under a mask.
+struct BlockOrder {
+    __m512i plane;
+    __m512i firstTwo[3];
+    __m512i third[3];
+    __mmask64 thirdMask[3];
+
+    BlockOrder()
+    {
+        alignas(64) uint8_t index[64];
+        for (int j = 0; j < 64; ++j)
+            index[j] = static_cast<uint8_t>(PackedAt(j));
+        plane = _mm512_load_si512(index);
+        for (int v = 0; v < 3; ++v) {
+            alignas(64) uint8_t two[64];
+            uint64_t mask = 0;
+            for (int j = 0; j < 64; ++j) {
+                const int n = 64 * v + j;
+                const int at = PackedAt(n / 3);
+                two[j] = static_cast<uint8_t>(n % 3 == 1 ? at | 64 : at);
+                index[j] = static_cast<uint8_t>(at);
+                if (n % 3 == 2)
+                    mask |= uint64_t(1) << j;
+            }
+            firstTwo[v] = _mm512_load_si512(two);
+            third[v] = _mm512_load_si512(index);
+            thirdMask[v] = mask;
+        }
+    }
+};
+
+const BlockOrder& Order()
+{
+    static const BlockOrder order;
+    return order;
+}
+
+// Even and odd columns of 64 bytes from `at` on, as 16-bit lanes.
+inline void Split(const unsigned char* at, __m512i* even, __m512i* odd)
+{
+    const __m512i v = _mm512_loadu_si512(at);
+    *even = _mm512_and_si512(v, _mm512_set1_epi16(0xFF));
+    *odd = _mm512_srli_epi16(v, 8);
+}
+
+// Outputs x to x + 63. Their windows span columns x to x + 67: the loads at
+// x, x + 2 and x + 4 of each row, split by parity, hold every column a
+// centre of either parity needs. `kLayout` places (own, green, other) as
+// (red, green, blue); the caller swaps them for rows of blue sites.
+template <int kLayout, bool kColourEven>
+inline void Block(const unsigned char* const* rows, std::ptrdiff_t x, const Shifts& s, const Outs& o,
+                  const BlockOrder& order)
+{
+    // [parity][offset]: rows 0 + 4, rows 1 + 3 and the centre row.
+    __m512i outer[2][3], inner[2][3], centre[2][3];
+    for (int k = 0; k < 3; ++k) {
+        __m512i e0, o0, e1, o1;
+        Split(rows[0] + x + 2 * k, &e0, &o0);
+        Split(rows[4] + x + 2 * k, &e1, &o1);
+        outer[0][k] = Add(e0, e1);
+        outer[1][k] = Add(o0, o1);
+        Split(rows[1] + x + 2 * k, &e0, &o0);
+        Split(rows[3] + x + 2 * k, &e1, &o1);
+        inner[0][k] = Add(e0, e1);
+        inner[1][k] = Add(o0, o1);
+        Split(rows[2] + x + 2 * k, &centre[0][k], &centre[1][k]);
+    }
+    // Centres in the even columns are column x + 2 + 2j, in the odd ones
+    // x + 3 + 2j; a centre's left neighbours lie one offset further left.
+    const Terms even = {centre[0][1],
+                        Add(centre[1][0], centre[1][1]),
+                        Add(centre[0][0], centre[0][2]),
+                        inner[0][1],
+                        outer[0][1],
+                        Add(inner[1][0], inner[1][1]),
+                        Add(outer[0][0], outer[0][2])};
+    const Terms odd = {centre[1][1],
+                       Add(centre[0][1], centre[0][2]),
+                       Add(centre[1][0], centre[1][2]),
+                       inner[1][1],
+                       outer[1][1],
+                       Add(inner[0][1], inner[0][2]),
+                       Add(outer[1][0], outer[1][2])};
+    __m512i colour[3], green[3];
+    ColourSite(kColourEven ? even : odd, s, colour);
+    GreenSite(kColourEven ? odd : even, s, green);
+    __m512i v[3];
+    for (int k = 0; k < 3; ++k)
+        v[k] = kColourEven ? _mm512_packus_epi16(colour[k], green[k]) : _mm512_packus_epi16(green[k], colour[k]);
+    if (kLayout == kLayoutPlanar) {
+        _mm512_storeu_si512(o.out[0] + x, _mm512_permutexvar_epi8(order.plane, v[1]));
+        _mm512_storeu_si512(o.out[1] + x, _mm512_permutexvar_epi8(order.plane, v[0]));
+        _mm512_storeu_si512(o.out[2] + x, _mm512_permutexvar_epi8(order.plane, v[2]));
+        return;
+    }
+    const __m512i first = kLayout == kLayoutRGB ? v[1] : v[2];
+    const __m512i last = kLayout == kLayoutRGB ? v[2] : v[1];
+    unsigned char* out = o.out[0] + 3 * x;
+    for (int k = 0; k < 3; ++k) {
+        const __m512i two = _mm512_permutex2var_epi8(first, order.firstTwo[k], v[0]);
+        _mm512_storeu_si512(out + 64 * k, _mm512_mask_permutexvar_epi8(two, order.thirdMask[k], order.third[k], last));
+    }
+}
+
+template <int kLayout>
+void RunBytes(const DemosaicRowArgs& r, const Outs& o)
+{
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    const Shifts s(r.shift);
+    const BlockOrder& order = Order();
+    // Output i is a red or blue site where i & 1 equals the row's phase.
+    const bool colourEven = r.phase == 0;
+    uint32_t x = 0;
+    for (; x + 64 <= r.count; x += 64) {
+        if (colourEven)
+            Block<kLayout, true>(rows, x, s, o, order);
+        else
+            Block<kLayout, false>(rows, x, s, o, order);
+    }
+    // The last block ends at the row's last output.
+    if (x < r.count) {
+        x = r.count - 64;
+        if (colourEven == ((x & 1) == 0))
+            Block<kLayout, true>(rows, x, s, o, order);
+        else
+            Block<kLayout, false>(rows, x, s, o, order);
+    }
+}
+
+template <int kLayout>
+void Bytes(const DemosaicRowArgs& r)
+{
+    if (r.step != 1 || r.count < 64) {
+        DemosaicRows::Portable().hq[kLayout][kWidthByteToByte](r);
+        return;
+    }
+    Outs o = {{r.out[0], r.out[1], r.out[2]}};
+    if (r.phase == 0) {
+        RunBytes<kLayout>(r, o);
+        return;
+    }
+    // A row of blue sites: its own colour is blue.
+    if (kLayout == kLayoutPlanar) {
+        o = {{r.out[2], r.out[1], r.out[0]}};
+        RunBytes<kLayoutPlanar>(r, o);
+    } else {
+        RunBytes<kLayout == kLayoutRGB ? kLayoutBGR : kLayoutRGB>(r, o);
+    }
+}
+
 }  // namespace demosaic_hq_avx512
 
 void DemosaicHqRowsAvx512(DemosaicRowSet* set)
 {
     using namespace demosaic_hq_avx512;
-    set->hq[kLayoutRGB][kWidthByteToByte] = Hq<BYTE, kLayoutRGB, kWidthByteToByte>;
-    set->hq[kLayoutBGR][kWidthByteToByte] = Hq<BYTE, kLayoutBGR, kWidthByteToByte>;
-    set->hq[kLayoutPlanar][kWidthByteToByte] = Hq<BYTE, kLayoutPlanar, kWidthByteToByte>;
+    if (DemosaicRows::HqKernelsShared()) {
+        set->hq[kLayoutRGB][kWidthByteToByte] = Bytes<kLayoutRGB>;
+        set->hq[kLayoutBGR][kWidthByteToByte] = Bytes<kLayoutBGR>;
+        set->hq[kLayoutPlanar][kWidthByteToByte] = Bytes<kLayoutPlanar>;
+    }
     set->hq[kLayoutRGB][kWidthWordToByte] = Hq<WORD, kLayoutRGB, kWidthWordToByte>;
     set->hq[kLayoutBGR][kWidthWordToByte] = Hq<WORD, kLayoutBGR, kWidthWordToByte>;
     set->hq[kLayoutPlanar][kWidthWordToByte] = Hq<WORD, kLayoutPlanar, kWidthWordToByte>;

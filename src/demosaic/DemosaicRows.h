@@ -103,6 +103,10 @@ public:
                                DemosaicByteTables* out);
     // The rescale from `srcMax` to `dstMax` (largest values of the two
     // depths), for each table that follows it exactly up to srcMax.
+    // True when the ten 5x5 kernels and their divisors have the shapes the
+    // fast rows compute from sums shared between kernels; they then replace
+    // the table-driven loop.
+    static bool HqKernelsShared();
     static void FillRescale(const uint16_t* red, const uint16_t* green, const uint16_t* blue, uint32_t srcMax,
                             uint32_t dstMax, DemosaicByteTables* out);
 };
