@@ -200,14 +200,222 @@ void Hq(const DemosaicRowArgs& r)
         vector(r.count - 8);
 }
 
+// ---- 8-bit mosaics: 32 outputs at a time in 16-bit lanes ------------------
+// As in the AVX-512 file: each kernel is a few sums shared between kernels
+// (centre C, row neighbours H1 and H2, column neighbours M and V, diagonals
+// D, corners W), taken over the even and the odd columns of each load. No
+// partial sum leaves -3060..7140; a negative sum clamps to 0 however the
+// division rounds, so division and shift are one arithmetic shift, and the
+// unsigned-saturating pack is the clamp.
+
+struct Terms {
+    __m256i centre, row1, row2, column1, column2, diagonal, corner;
+};
+
+inline __m256i Add(__m256i a, __m256i b)
+{
+    return _mm256_add_epi16(a, b);
+}
+
+inline __m256i Sub(__m256i a, __m256i b)
+{
+    return _mm256_sub_epi16(a, b);
+}
+
+template <int kCount>
+inline __m256i Shl(__m256i a)
+{
+    return _mm256_slli_epi16(a, kCount);
+}
+
+// Right shifts of the three divisors (8, 4, 16) plus the row's shift.
+struct Shifts {
+    __m128i by2, by3, by4;
+    explicit Shifts(int32_t shift)
+        : by2(_mm_cvtsi32_si128(2 + shift)), by3(_mm_cvtsi32_si128(3 + shift)), by4(_mm_cvtsi32_si128(4 + shift))
+    {
+    }
+};
+
+// Green, own colour, other colour at red and blue sites.
+inline void ColourSite(const Terms& t, const Shifts& s, __m256i (&out)[3])
+{
+    const __m256i c2 = Add(t.centre, t.centre);
+    const __m256i ends = Add(t.row2, t.column2);
+    out[0] = _mm256_sra_epi16(Sub(Shl<1>(Add(Add(c2, t.row1), t.column1)), ends), s.by3);
+    out[1] = _mm256_sra_epi16(Sub(Shl<1>(Sub(Shl<3>(t.centre), ends)), t.corner), s.by2);
+    out[2] = _mm256_sra_epi16(Sub(Shl<2>(Add(Add(c2, t.centre), t.diagonal)), Add(Shl<1>(ends), ends)), s.by4);
+}
+
+// The same at green sites.
+inline void GreenSite(const Terms& t, const Shifts& s, __m256i (&out)[3])
+{
+    const __m256i c5 = Add(Shl<2>(t.centre), t.centre);
+    out[0] = _mm256_sra_epi16(Sub(Shl<3>(t.centre), t.diagonal), s.by2);
+    const __m256i own = Sub(Add(c5, Shl<2>(t.row1)), Add(t.row2, t.diagonal));
+    out[1] = _mm256_sra_epi16(Add(Shl<1>(own), t.column2), s.by4);
+    const __m256i other = Sub(Add(c5, Shl<2>(t.column1)), Add(t.diagonal, t.column2));
+    out[2] = _mm256_sra_epi16(Add(Shl<1>(other), t.row2), s.by4);
+}
+
+// The pack of even and odd lanes leaves pixels 0..15 of a block in the low
+// 128-bit lane and 16..31 in the high one, pixel q of a lane at byte
+// 8 * (q & 1) + q / 2. Byte shuffles put them in order: for a plane, and
+// for 16 packed pixels of three bytes, chunk m of each lane from the three
+// colours (0x80 where a colour has no byte).
+struct BlockOrder {
+    __m256i plane;
+    __m256i chunk[3][3];  // [chunk][first, green, last]
+
+    BlockOrder()
+    {
+        alignas(32) uint8_t index[32];
+        for (int j = 0; j < 32; ++j)
+            index[j] = static_cast<uint8_t>(8 * (j & 1) + ((j & 15) >> 1));
+        plane = _mm256_load_si256(reinterpret_cast<const __m256i*>(index));
+        for (int m = 0; m < 3; ++m) {
+            for (int c = 0; c < 3; ++c) {
+                for (int j = 0; j < 32; ++j) {
+                    const int n = 16 * m + (j & 15);
+                    const int q = n / 3;
+                    index[j] = static_cast<uint8_t>(n % 3 == c ? 8 * (q & 1) + (q >> 1) : 0x80);
+                }
+                chunk[m][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(index));
+            }
+        }
+    }
+};
+
+const BlockOrder& Order()
+{
+    static const BlockOrder order;
+    return order;
+}
+
+// Even and odd columns of 32 bytes from `at` on, as 16-bit lanes.
+inline void Split(const unsigned char* at, __m256i* even, __m256i* odd)
+{
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+    *even = _mm256_and_si256(v, _mm256_set1_epi16(0xFF));
+    *odd = _mm256_srli_epi16(v, 8);
+}
+
+// Outputs x to x + 31, whose windows span columns x to x + 35. `kLayout`
+// places (own, green, other) as (red, green, blue).
+template <int kLayout, bool kColourEven>
+inline void Block(const unsigned char* const* rows, std::ptrdiff_t x, const Shifts& s, const Outs& o,
+                  const BlockOrder& order)
+{
+    // [parity][offset]: rows 0 + 4, rows 1 + 3 and the centre row.
+    __m256i outer[2][3], inner[2][3], centre[2][3];
+    for (int k = 0; k < 3; ++k) {
+        __m256i e0, o0, e1, o1;
+        Split(rows[0] + x + 2 * k, &e0, &o0);
+        Split(rows[4] + x + 2 * k, &e1, &o1);
+        outer[0][k] = Add(e0, e1);
+        outer[1][k] = Add(o0, o1);
+        Split(rows[1] + x + 2 * k, &e0, &o0);
+        Split(rows[3] + x + 2 * k, &e1, &o1);
+        inner[0][k] = Add(e0, e1);
+        inner[1][k] = Add(o0, o1);
+        Split(rows[2] + x + 2 * k, &centre[0][k], &centre[1][k]);
+    }
+    const Terms even = {centre[0][1],
+                        Add(centre[1][0], centre[1][1]),
+                        Add(centre[0][0], centre[0][2]),
+                        inner[0][1],
+                        outer[0][1],
+                        Add(inner[1][0], inner[1][1]),
+                        Add(outer[0][0], outer[0][2])};
+    const Terms odd = {centre[1][1],
+                       Add(centre[0][1], centre[0][2]),
+                       Add(centre[1][0], centre[1][2]),
+                       inner[1][1],
+                       outer[1][1],
+                       Add(inner[0][1], inner[0][2]),
+                       Add(outer[1][0], outer[1][2])};
+    __m256i colour[3], green[3];
+    ColourSite(kColourEven ? even : odd, s, colour);
+    GreenSite(kColourEven ? odd : even, s, green);
+    __m256i v[3];
+    for (int k = 0; k < 3; ++k)
+        v[k] = kColourEven ? _mm256_packus_epi16(colour[k], green[k]) : _mm256_packus_epi16(green[k], colour[k]);
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k) {
+            const int plane = k == 0 ? 1 : k == 1 ? 0 : 2;
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(o.out[plane] + x), _mm256_shuffle_epi8(v[k], order.plane));
+        }
+        return;
+    }
+    const __m256i ch[3] = {kLayout == kLayoutRGB ? v[1] : v[2], v[0], kLayout == kLayoutRGB ? v[2] : v[1]};
+    __m256i c[3];
+    for (int m = 0; m < 3; ++m)
+        c[m] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], order.chunk[m][0]),
+                                               _mm256_shuffle_epi8(ch[1], order.chunk[m][1])),
+                               _mm256_shuffle_epi8(ch[2], order.chunk[m][2]));
+    // Chunks 0..2 of the low lane are bytes 0..47, those of the high lane 48..95.
+    __m256i* out = reinterpret_cast<__m256i*>(o.out[0] + 3 * x);
+    _mm256_storeu_si256(out, _mm256_permute2x128_si256(c[0], c[1], 0x20));
+    _mm256_storeu_si256(out + 1, _mm256_permute2x128_si256(c[2], c[0], 0x30));
+    _mm256_storeu_si256(out + 2, _mm256_permute2x128_si256(c[1], c[2], 0x31));
+}
+
+template <int kLayout>
+void RunBytes(const DemosaicRowArgs& r, const Outs& o)
+{
+    const unsigned char* const rows[5] = {r.rows[0], r.rows[1], r.rows[2], r.rows[3], r.rows[4]};
+    const Shifts s(r.shift);
+    const BlockOrder& order = Order();
+    // Output i is a red or blue site where i & 1 equals the row's phase.
+    const bool colourEven = r.phase == 0;
+    uint32_t x = 0;
+    for (; x + 32 <= r.count; x += 32) {
+        if (colourEven)
+            Block<kLayout, true>(rows, x, s, o, order);
+        else
+            Block<kLayout, false>(rows, x, s, o, order);
+    }
+    // The last block ends at the row's last output.
+    if (x < r.count) {
+        x = r.count - 32;
+        if (colourEven == ((x & 1) == 0))
+            Block<kLayout, true>(rows, x, s, o, order);
+        else
+            Block<kLayout, false>(rows, x, s, o, order);
+    }
+}
+
+template <int kLayout>
+void Bytes(const DemosaicRowArgs& r)
+{
+    if (r.step != 1 || r.count < 32) {
+        DemosaicRows::Portable().hq[kLayout][kWidthByteToByte](r);
+        return;
+    }
+    Outs o = {{r.out[0], r.out[1], r.out[2]}};
+    if (r.phase == 0) {
+        RunBytes<kLayout>(r, o);
+        return;
+    }
+    // A row of blue sites: its own colour is blue.
+    if (kLayout == kLayoutPlanar) {
+        o = {{r.out[2], r.out[1], r.out[0]}};
+        RunBytes<kLayoutPlanar>(r, o);
+    } else {
+        RunBytes<kLayout == kLayoutRGB ? kLayoutBGR : kLayoutRGB>(r, o);
+    }
+}
+
 }  // namespace demosaic_hq_avx2
 
 void DemosaicHqRowsAvx2(DemosaicRowSet* set)
 {
     using namespace demosaic_hq_avx2;
-    set->hq[kLayoutRGB][kWidthByteToByte] = Hq<BYTE, kLayoutRGB, kWidthByteToByte>;
-    set->hq[kLayoutBGR][kWidthByteToByte] = Hq<BYTE, kLayoutBGR, kWidthByteToByte>;
-    set->hq[kLayoutPlanar][kWidthByteToByte] = Hq<BYTE, kLayoutPlanar, kWidthByteToByte>;
+    if (DemosaicRows::HqKernelsShared()) {
+        set->hq[kLayoutRGB][kWidthByteToByte] = Bytes<kLayoutRGB>;
+        set->hq[kLayoutBGR][kWidthByteToByte] = Bytes<kLayoutBGR>;
+        set->hq[kLayoutPlanar][kWidthByteToByte] = Bytes<kLayoutPlanar>;
+    }
     set->hq[kLayoutRGB][kWidthWordToByte] = Hq<WORD, kLayoutRGB, kWidthWordToByte>;
     set->hq[kLayoutBGR][kWidthWordToByte] = Hq<WORD, kLayoutBGR, kWidthWordToByte>;
     set->hq[kLayoutPlanar][kWidthWordToByte] = Hq<WORD, kLayoutPlanar, kWidthWordToByte>;
