@@ -13,11 +13,11 @@
 namespace bench {
 namespace {
 
-void RunHq(benchmark::State& state, int destination, const FrameSize& size)
+void RunHq(benchmark::State& state, int source, int destination, const FrameSize& size)
 {
     // About 400 KB of tables and converters: heap, not stack.
     std::unique_ptr<CImgProc> image(new CImgProc);
-    const Format& src = FormatOf(KORVA_PIXTYPE_BAYRG8);
+    const Format& src = FormatOf(source);
     const Format& dst = FormatOf(destination);
     if (!LoadFrame(image.get(), src, size) || image->setDestinationPixelFormat(destination) != RESULT_OK ||
         !image->mConvDemosaic.SetType(static_cast<KORVA_Demosaic>(3))) {
@@ -44,11 +44,17 @@ void RunHq(benchmark::State& state, int destination, const FrameSize& size)
 
 void RegisterStaticBenchmarks()
 {
-    for (int dst : {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGR8_PACKED, KORVA_PIXTYPE_RGB8_PLANAR}) {
+    // 8-bit mosaics into each layout, and a deep one into 8- and 16-bit samples.
+    const int pairs[][2] = {{KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PACKED},
+                            {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_BGR8_PACKED},
+                            {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PLANAR},
+                            {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED},
+                            {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR}};
+    for (const auto& pair : pairs) {
         for (const FrameSize& size : FrameSizes()) {
-            const std::string name = std::string("BAYRG8_to_") + FormatOf(dst).name +
+            const std::string name = std::string(FormatOf(pair[0]).name) + "_to_" + FormatOf(pair[1]).name +
                                      "/hq5x5/static_CImgProc_doTransform/" + SizeName(size);
-            Configure(benchmark::RegisterBenchmark(name.c_str(), RunHq, dst, size));
+            Configure(benchmark::RegisterBenchmark(name.c_str(), RunHq, pair[0], pair[1], size));
         }
     }
 }
