@@ -20,8 +20,10 @@
 
 // Several AVX-512 intrinsics start from a deliberately undefined vector,
 // which GCC 12 reports as uninitialised wherever they are inlined.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 
 #include <cstddef>
 #include <cstdint>
