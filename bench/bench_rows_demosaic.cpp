@@ -13,7 +13,7 @@
 namespace bench {
 namespace {
 
-enum RowMethod { kRowsNearest, kRowsBilinear, kRowsMono };
+enum RowMethod { kRowsNearest, kRowsBilinear, kRowsMono, kRowsHq };
 
 struct RowCase {
     const char* pair;  // "<source>_to_<destination>", as the interface cases name it
@@ -29,6 +29,7 @@ const RowCase kCases[] = {
     {"BAYRG8_to_BGR8_PACKED", "bilinear_balance_1.4_1.0_1.8", kRowsBilinear, kLayoutBGR, true},
     {"BAYRG8_to_RGB8_PLANAR", "bilinear", kRowsBilinear, kLayoutPlanar, false},
     {"BAYRG8_to_MONO8", "to_mono", kRowsMono, kLayoutPlanar, false},
+    {"BAYRG8_to_BGR8_PACKED", "hq5x5", kRowsHq, kLayoutBGR, false},
 };
 
 void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const FrameSize& size)
@@ -54,6 +55,7 @@ void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const 
     const DemosaicRowSet& set = DemosaicRows::For(level);
     const DemosaicRowFn fn = c.kind == kRowsNearest    ? set.nearest[c.layout][kWidthByteToByte]
                              : c.kind == kRowsBilinear ? set.bilinear[c.layout][kWidthByteToByte]
+                             : c.kind == kRowsHq       ? set.hq[c.layout][kWidthByteToByte]
                                                        : set.mono[kWidthByteToByte];
     DemosaicRowArgs args = {};
     args.step = 1;
@@ -84,6 +86,13 @@ void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const 
                 for (int k = 0; k < 5; ++k)
                     args.rows[k] = row + k * w;
                 args.count = static_cast<uint32_t>(w - 4);
+                break;
+            case kRowsHq:
+                for (int k = 0; k < 5; ++k)
+                    args.rows[k] = row + k * w;
+                args.phase = static_cast<int32_t>(y & 1);
+                args.count = static_cast<uint32_t>(w - 7);
+                dst += 2 * outPixel;
                 break;
             }
             args.out[0] = dst;
