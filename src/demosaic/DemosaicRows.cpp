@@ -327,47 +327,6 @@ const DemosaicRowSet& DemosaicRows::For(KvCpuLevel level)
     }
 }
 
-bool DemosaicRows::HqKernelsShared()
-{
-    // Every kernel is symmetric about its centre. Weights of the centre, the
-    // row neighbours at 1 and 2, the column neighbours at 1 and 2, the four
-    // diagonal neighbours at 1 and the four corners; then the divisor.
-    struct Shape {
-        const int32_t* kernel;
-        const int32_t* divisor;
-        int32_t weights[7];
-        int32_t expected;
-    };
-    const Shape shapes[] = {
-        {GreenAtNotGreen, &GreenAtNotGreenDiv, {4, 2, -1, 2, -1, 0, 0}, 8},
-        {GreenAtGreen, &GreenAtGreenDiv, {8, 0, 0, 0, 0, -1, 0}, 4},
-        {RedAtGreenInRed, &RedAtGreenInRedDiv, {10, 8, -2, 0, 1, -2, 0}, 16},
-        {BlueAtGreenInBlue, &BlueAtGreenInBlueDiv, {10, 8, -2, 0, 1, -2, 0}, 16},
-        {RedAtGreenInBlue, &RedAtGreenInBlueDiv, {10, 0, 1, 8, -2, -2, 0}, 16},
-        {BlueAtGreenInRed, &BlueAtGreenInRedDiv, {10, 0, 1, 8, -2, -2, 0}, 16},
-        {RedAtBlue, &RedAtBlueDiv, {12, 0, -3, 0, -3, 4, 0}, 16},
-        {BlueAtRedInRed, &BlueAtRedInRedDiv, {12, 0, -3, 0, -3, 4, 0}, 16},
-        {RedAtRed, &RedAtRedDiv, {16, 0, -2, 0, -2, 0, -1}, 4},
-        {BlueAtBlue, &BlueAtBlueDiv, {16, 0, -2, 0, -2, 0, -1}, 4},
-    };
-    for (const Shape& s : shapes) {
-        const int32_t* w = s.weights;
-        const int32_t want[25] = {
-            w[6], 0,    w[4], 0,    w[6],  //
-            0,    w[5], w[3], w[5], 0,     //
-            w[2], w[1], w[0], w[1], w[2],  //
-            0,    w[5], w[3], w[5], 0,     //
-            w[6], 0,    w[4], 0,    w[6],
-        };
-        for (int k = 0; k < 25; ++k)
-            if (s.kernel[k] != want[k])
-                return false;
-        if (*s.divisor != s.expected)
-            return false;
-    }
-    return true;
-}
-
 void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, const uint16_t* blue,
                                   DemosaicByteTables* out)
 {
@@ -407,4 +366,45 @@ void DemosaicRows::FillRescale(const uint16_t* red, const uint16_t* green, const
         out->shift[t] = shift;
         out->limit[t] = srcMax;
     }
+}
+
+bool DemosaicRows::HqKernelsShared()
+{
+    // Every kernel is symmetric about its centre. Weights of the centre, the
+    // row neighbours at 1 and 2, the column neighbours at 1 and 2, the four
+    // diagonal neighbours at 1 and the four corners; then the divisor.
+    struct Shape {
+        const int32_t* kernel;
+        const int32_t* divisor;
+        int32_t weights[7];
+        int32_t expected;
+    };
+    const Shape shapes[] = {
+        {GreenAtNotGreen, &GreenAtNotGreenDiv, {4, 2, -1, 2, -1, 0, 0}, 8},
+        {GreenAtGreen, &GreenAtGreenDiv, {8, 0, 0, 0, 0, -1, 0}, 4},
+        {RedAtGreenInRed, &RedAtGreenInRedDiv, {10, 8, -2, 0, 1, -2, 0}, 16},
+        {BlueAtGreenInBlue, &BlueAtGreenInBlueDiv, {10, 8, -2, 0, 1, -2, 0}, 16},
+        {RedAtGreenInBlue, &RedAtGreenInBlueDiv, {10, 0, 1, 8, -2, -2, 0}, 16},
+        {BlueAtGreenInRed, &BlueAtGreenInRedDiv, {10, 0, 1, 8, -2, -2, 0}, 16},
+        {RedAtBlue, &RedAtBlueDiv, {12, 0, -3, 0, -3, 4, 0}, 16},
+        {BlueAtRedInRed, &BlueAtRedInRedDiv, {12, 0, -3, 0, -3, 4, 0}, 16},
+        {RedAtRed, &RedAtRedDiv, {16, 0, -2, 0, -2, 0, -1}, 4},
+        {BlueAtBlue, &BlueAtBlueDiv, {16, 0, -2, 0, -2, 0, -1}, 4},
+    };
+    for (const Shape& s : shapes) {
+        const int32_t* w = s.weights;
+        const int32_t want[25] = {
+            w[6], 0,    w[4], 0,    w[6],  //
+            0,    w[5], w[3], w[5], 0,     //
+            w[2], w[1], w[0], w[1], w[2],  //
+            0,    w[5], w[3], w[5], 0,     //
+            w[6], 0,    w[4], 0,    w[6],
+        };
+        for (int k = 0; k < 25; ++k)
+            if (s.kernel[k] != want[k])
+                return false;
+        if (*s.divisor != s.expected)
+            return false;
+    }
+    return true;
 }
