@@ -8,47 +8,53 @@
 
 namespace {
 
-const std::vector<PixelFormatInfo> kFormats = {
-    {"MONO8", KORVA_PIXTYPE_MONO8, 8, 8, 1.0, FormatFamily::Mono, true, false},
-    {"MONO8_LUT", KORVA_PIXTYPE_MONO8_LUT, 8, 8, 1.0, FormatFamily::Mono, true, false},
-    {"MONO8_SIGNED", KORVA_PIXTYPE_MONO8_SIGNED, 8, 8, 1.0, FormatFamily::Mono, true, false},
-    {"MONO10", KORVA_PIXTYPE_MONO10, 10, 16, 2.0, FormatFamily::Mono, true, false},
-    {"MONO10_PACKED", KORVA_PIXTYPE_MONO10_PACKED, 10, 12, 1.5, FormatFamily::MonoPacked, true, false},
-    {"MONO12", KORVA_PIXTYPE_MONO12, 12, 16, 2.0, FormatFamily::Mono, true, false},
-    {"MONO12_LUT", KORVA_PIXTYPE_MONO12_LUT, 12, 16, 2.0, FormatFamily::Mono, true, false},
-    {"MONO12_PACKED", KORVA_PIXTYPE_MONO12_PACKED, 12, 12, 1.5, FormatFamily::MonoPacked, true, false},
-    {"MONO16", KORVA_PIXTYPE_MONO16, 16, 16, 2.0, FormatFamily::Mono, true, false},
-    {"BAYGR8", KORVA_PIXTYPE_BAYGR8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
-    {"BAYRG8", KORVA_PIXTYPE_BAYRG8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
-    {"BAYGB8", KORVA_PIXTYPE_BAYGB8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
-    {"BAYBG8", KORVA_PIXTYPE_BAYBG8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
-    {"BAYGR10", KORVA_PIXTYPE_BAYGR10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYRG10", KORVA_PIXTYPE_BAYRG10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYGB10", KORVA_PIXTYPE_BAYGB10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYBG10", KORVA_PIXTYPE_BAYBG10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYGR12", KORVA_PIXTYPE_BAYGR12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYRG12", KORVA_PIXTYPE_BAYRG12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYGB12", KORVA_PIXTYPE_BAYGB12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"BAYBG12", KORVA_PIXTYPE_BAYBG12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
-    {"RGB8_PACKED", KORVA_PIXTYPE_RGB8_PACKED, 8, 24, 3.0, FormatFamily::PackedRgb, true, true},
-    {"BGR8_PACKED", KORVA_PIXTYPE_BGR8_PACKED, 8, 24, 3.0, FormatFamily::PackedRgb, true, false},
-    {"RGBA8_PACKED", KORVA_PIXTYPE_RGBA8_PACKED, 8, 32, 4.0, FormatFamily::PackedRgb, true, true},
-    {"BGRA8_PACKED", KORVA_PIXTYPE_BGRA8_PACKED, 8, 32, 4.0, FormatFamily::PackedRgb, true, false},
-    {"RGB10_PACKED", KORVA_PIXTYPE_RGB10_PACKED, 10, 48, 6.0, FormatFamily::PackedRgb, true, true},
-    {"BGR10_PACKED", KORVA_PIXTYPE_BGR10_PACKED, 10, 48, 6.0, FormatFamily::PackedRgb, true, false},
-    {"RGB12_PACKED", KORVA_PIXTYPE_RGB12_PACKED, 12, 48, 6.0, FormatFamily::PackedRgb, true, true},
-    {"BGR12_PACKED", KORVA_PIXTYPE_BGR12_PACKED, 12, 48, 6.0, FormatFamily::PackedRgb, true, false},
-    {"RGB10V1_PACKED", KORVA_PIXTYPE_RGB10V1_PACKED, 10, 32, 4.0, FormatFamily::Other, false, true},
-    {"RGB10V2_PACKED", KORVA_PIXTYPE_RGB10V2_PACKED, 10, 32, 4.0, FormatFamily::Other, false, true},
-    {"YUV411_PACKED", KORVA_PIXTYPE_YUV411_PACKED, 8, 12, 1.5, FormatFamily::Yuv, true, false},
-    {"YUV422_PACKED", KORVA_PIXTYPE_YUV422_PACKED, 8, 16, 2.0, FormatFamily::Yuv, true, false},
-    {"YUV444_PACKED", KORVA_PIXTYPE_YUV444_PACKED, 8, 24, 3.0, FormatFamily::Yuv, true, false},
-    {"RGB8_PLANAR", KORVA_PIXTYPE_RGB8_PLANAR, 8, 24, 3.0, FormatFamily::Planar, true, true},
-    {"RGB10_PLANAR", KORVA_PIXTYPE_RGB10_PLANAR, 10, 48, 6.0, FormatFamily::Planar, true, true},
-    {"RGB12_PLANAR", KORVA_PIXTYPE_RGB12_PLANAR, 12, 48, 6.0, FormatFamily::Planar, true, true},
-    {"RGB16_PLANAR", KORVA_PIXTYPE_RGB16_PLANAR, 16, 48, 6.0, FormatFamily::Planar, false, true},
-    {"MONO14", KORVA_PIXTYPE_MONO14, 14, 16, 2.0, FormatFamily::Mono, true, false},
-};
+// Built on first use: benchmarks register their cases from static
+// initialisers in other files, which may run before this file's.
+const std::vector<PixelFormatInfo>& Formats()
+{
+    static const std::vector<PixelFormatInfo> formats = {
+        {"MONO8", KORVA_PIXTYPE_MONO8, 8, 8, 1.0, FormatFamily::Mono, true, false},
+        {"MONO8_LUT", KORVA_PIXTYPE_MONO8_LUT, 8, 8, 1.0, FormatFamily::Mono, true, false},
+        {"MONO8_SIGNED", KORVA_PIXTYPE_MONO8_SIGNED, 8, 8, 1.0, FormatFamily::Mono, true, false},
+        {"MONO10", KORVA_PIXTYPE_MONO10, 10, 16, 2.0, FormatFamily::Mono, true, false},
+        {"MONO10_PACKED", KORVA_PIXTYPE_MONO10_PACKED, 10, 12, 1.5, FormatFamily::MonoPacked, true, false},
+        {"MONO12", KORVA_PIXTYPE_MONO12, 12, 16, 2.0, FormatFamily::Mono, true, false},
+        {"MONO12_LUT", KORVA_PIXTYPE_MONO12_LUT, 12, 16, 2.0, FormatFamily::Mono, true, false},
+        {"MONO12_PACKED", KORVA_PIXTYPE_MONO12_PACKED, 12, 12, 1.5, FormatFamily::MonoPacked, true, false},
+        {"MONO16", KORVA_PIXTYPE_MONO16, 16, 16, 2.0, FormatFamily::Mono, true, false},
+        {"BAYGR8", KORVA_PIXTYPE_BAYGR8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
+        {"BAYRG8", KORVA_PIXTYPE_BAYRG8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
+        {"BAYGB8", KORVA_PIXTYPE_BAYGB8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
+        {"BAYBG8", KORVA_PIXTYPE_BAYBG8, 8, 8, 1.0, FormatFamily::Bayer, true, false},
+        {"BAYGR10", KORVA_PIXTYPE_BAYGR10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYRG10", KORVA_PIXTYPE_BAYRG10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYGB10", KORVA_PIXTYPE_BAYGB10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYBG10", KORVA_PIXTYPE_BAYBG10, 10, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYGR12", KORVA_PIXTYPE_BAYGR12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYRG12", KORVA_PIXTYPE_BAYRG12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYGB12", KORVA_PIXTYPE_BAYGB12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"BAYBG12", KORVA_PIXTYPE_BAYBG12, 12, 16, 2.0, FormatFamily::Bayer, true, false},
+        {"RGB8_PACKED", KORVA_PIXTYPE_RGB8_PACKED, 8, 24, 3.0, FormatFamily::PackedRgb, true, true},
+        {"BGR8_PACKED", KORVA_PIXTYPE_BGR8_PACKED, 8, 24, 3.0, FormatFamily::PackedRgb, true, false},
+        {"RGBA8_PACKED", KORVA_PIXTYPE_RGBA8_PACKED, 8, 32, 4.0, FormatFamily::PackedRgb, true, true},
+        {"BGRA8_PACKED", KORVA_PIXTYPE_BGRA8_PACKED, 8, 32, 4.0, FormatFamily::PackedRgb, true, false},
+        {"RGB10_PACKED", KORVA_PIXTYPE_RGB10_PACKED, 10, 48, 6.0, FormatFamily::PackedRgb, true, true},
+        {"BGR10_PACKED", KORVA_PIXTYPE_BGR10_PACKED, 10, 48, 6.0, FormatFamily::PackedRgb, true, false},
+        {"RGB12_PACKED", KORVA_PIXTYPE_RGB12_PACKED, 12, 48, 6.0, FormatFamily::PackedRgb, true, true},
+        {"BGR12_PACKED", KORVA_PIXTYPE_BGR12_PACKED, 12, 48, 6.0, FormatFamily::PackedRgb, true, false},
+        {"RGB10V1_PACKED", KORVA_PIXTYPE_RGB10V1_PACKED, 10, 32, 4.0, FormatFamily::Other, false, true},
+        {"RGB10V2_PACKED", KORVA_PIXTYPE_RGB10V2_PACKED, 10, 32, 4.0, FormatFamily::Other, false, true},
+        {"YUV411_PACKED", KORVA_PIXTYPE_YUV411_PACKED, 8, 12, 1.5, FormatFamily::Yuv, true, false},
+        {"YUV422_PACKED", KORVA_PIXTYPE_YUV422_PACKED, 8, 16, 2.0, FormatFamily::Yuv, true, false},
+        {"YUV444_PACKED", KORVA_PIXTYPE_YUV444_PACKED, 8, 24, 3.0, FormatFamily::Yuv, true, false},
+        {"RGB8_PLANAR", KORVA_PIXTYPE_RGB8_PLANAR, 8, 24, 3.0, FormatFamily::Planar, true, true},
+        {"RGB10_PLANAR", KORVA_PIXTYPE_RGB10_PLANAR, 10, 48, 6.0, FormatFamily::Planar, true, true},
+        {"RGB12_PLANAR", KORVA_PIXTYPE_RGB12_PLANAR, 12, 48, 6.0, FormatFamily::Planar, true, true},
+        {"RGB16_PLANAR", KORVA_PIXTYPE_RGB16_PLANAR, 16, 48, 6.0, FormatFamily::Planar, false, true},
+        {"MONO14", KORVA_PIXTYPE_MONO14, 14, 16, 2.0, FormatFamily::Mono, true, false},
+    };
+    return formats;
+}
 
 std::string Upper(const std::string& text)
 {
@@ -62,7 +68,7 @@ std::string Upper(const std::string& text)
 
 const std::vector<PixelFormatInfo>& PixelFormatNames::All()
 {
-    return kFormats;
+    return Formats();
 }
 
 const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
@@ -71,7 +77,7 @@ const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
     const std::string prefix = "KORVA_PIXTYPE_";
     if (wanted.compare(0, prefix.size(), prefix) == 0)
         wanted.erase(0, prefix.size());
-    for (const PixelFormatInfo& info : kFormats)
+    for (const PixelFormatInfo& info : Formats())
         if (wanted == info.name)
             return &info;
     return nullptr;
@@ -79,7 +85,7 @@ const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
 
 const PixelFormatInfo* PixelFormatNames::FindByCode(uint32_t code)
 {
-    for (const PixelFormatInfo& info : kFormats)
+    for (const PixelFormatInfo& info : Formats())
         if (info.code == code)
             return &info;
     return nullptr;
