@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "AverageHistogram.h"
+#include "ImageAddress.h"
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
 #include "KvMath.h"
@@ -235,6 +236,8 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
     const uint32_t dstX = KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX);
     unsigned char** ring = cv.mppRows;
+    const CImageAddress dstAt(dst);
+    const CImageAddress srcAt(src);
     // The methods read up to one sample past `columns` (and the bilinear one
     // the sample before a row), and write up to `columns` + 1 pixels.
     CRowGuard& guard = cv.mRowGuard;
@@ -245,7 +248,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         unsigned char* at =
-            SampleIO::RowAddress(dst, dstX, (y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
+            dstAt.At(KvWrap32(dstX), KvWrap32((y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY)));
         if (at == nullptr)
             break;
         // A source of 3 or 4 rows lets the 5-row loop bound wrap; its window
@@ -281,16 +284,16 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             // runs two rows behind from y = 2 on, with the parity of entry 0
             // right throughout.
             ring[0] = ring[1];
-            ring[1] = src->GetImagePointer(0, KvWrap32(y), 0);
+            ring[1] = srcAt.At(0, KvWrap32(y));
             break;
         case KORVA_DEMOSAIC_BILINEAR:
             ring[0] = ring[1];
             ring[1] = ring[2];
-            ring[2] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
+            ring[2] = srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize)));
             break;
         case KORVA_DEMOSAIC_HQ_BILINEAR:
             // Row r lies in entry r % 5.
-            ring[y % kRowSlots] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
+            ring[y % kRowSlots] = srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize)));
             break;
         default:
             break;
@@ -312,14 +315,16 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
     args.bytes = &cv.mByteTables;
     const std::ptrdiff_t sampleBytes = src->mdBytePerPixel == 1.0 ? 1 : 2;
     const std::ptrdiff_t outBytes = src->mdBytePerPixel != 1.0 && dst->miBppEff > 8 ? 2 : 1;
+    const CImageAddress dstAt(dst);
+    const CImageAddress srcAt(src);
     CRowGuard& guard = cv.mRowGuard;
     guard.Begin(*src, *dst, CRowGuard::Span(plan.columns, 1, sampleBytes),
                 CRowGuard::Span(plan.columns, cv.miStepX, outBytes));
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        args.out[0] = SampleIO::RowAddress(dst, KvU32(cv.miDstStartX), KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
+        args.out[0] = dstAt.At(cv.miDstStartX, KvWrap32(KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY)));
         if (args.out[0] == nullptr)
             break;
-        args.rows[0] = src->GetImagePointer(0, KvWrap32(y), 0);
+        args.rows[0] = srcAt.At(0, KvWrap32(y));
         if (args.rows[0] == nullptr)
             break;  // a chunk shorter than the image: no row to read
         args.rows[0] = guard.Read(args.rows[0], 0);

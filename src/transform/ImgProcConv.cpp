@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "ImageAddress.h"
 #include "ImgProc.h"
 #include "KvAssert.h"
 #include "KvMath.h"
@@ -211,6 +212,7 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
     const int64_t rowsLimit = H * planes;
     const int64_t bpp = bytesPerPixel;
     const sByteWindow window = DstWindow(mem);
+    const CImageAddress address(mem);
 
     // Frames smaller than 2h + 1 in either direction would make the mirrors
     // reach outside the image: a copy is made only if its pixels exist, their
@@ -219,7 +221,7 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
     auto pixel = [&](int64_t x, int64_t y) -> unsigned char* {
         if (!InRange(x, W) || !InRange(y, rowsLimit))
             return nullptr;
-        return mem->GetImagePointer(static_cast<int32_t>(x), static_cast<int32_t>(y), 0);
+        return address.At(static_cast<int32_t>(x), static_cast<int32_t>(y));
     };
     auto copy = [&](const unsigned char* to, const unsigned char* from, int64_t count) {
         if (to == nullptr || from == nullptr)
