@@ -1,8 +1,8 @@
 // AVX2 row functions for 8-bit Bayer sources, 32 pixels at a time; the
 // first pair goes to the portable function and the last vector ends at the
 // row's last pair, so that exactly the portable loop's bytes are read and
-// written. AVX2 has no byte permute over 256 entries: tables that are not
-// the identity are looked up in sixteen 16-entry pieces.
+// written. AVX2 has no byte permute over 256 entries: gain tables are
+// computed, other tables looked up in sixteen 16-entry pieces.
 #include <immintrin.h>
 
 #include <cstddef>
@@ -27,19 +27,31 @@ inline void Store(unsigned char* p, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
-// A table of 256 byte entries as sixteen 16-entry pieces, each in both
-// 128-bit lanes: piece k answers the indices 16k to 16k + 15. Index minus 16k,
-// wrapping, lies in 0..15 for those only; adding 0x70 with saturation sets
-// the high bit of every other, so that the byte shuffle gives 0 for it.
+// A table of 256 byte entries. A gain table is computed: each byte, put in
+// the high half of a 16-bit lane, is multiplied by the gain keeping the high
+// half, shifted, and packed with saturation at 255; then the marked entries
+// take 1 off, their bit found by two 16-byte shuffles over the 32-byte map.
+// Any other table is looked up in sixteen 16-entry pieces, each in both
+// 128-bit lanes: piece k answers the indices 16k to 16k + 15. Index minus
+// 16k, wrapping, lies in 0..15 for those only; adding 0x70 with saturation
+// sets the high bit of every other, so that the byte shuffle gives 0 for it.
 struct ByteTables {
     __m256i piece[3][16];
-    bool lookup[3];
+    __m256i gain[3];
+    __m256i fixLow[3], fixHigh[3];
+    __m128i shift[3];
+    int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
 
     explicit ByteTables(const DemosaicByteTables& t)
     {
         for (int k = 0; k < 3; ++k) {
-            lookup[k] = !t.identity[k];
-            for (int q = 0; q < 16; ++q)
+            kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+            gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
+            shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
+            fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
+            fixHigh[k] =
+                _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k] + 16)));
+            for (int q = 0; kind[k] == 3 && q < 16; ++q)
                 piece[k][q] = _mm256_broadcastsi128_si256(
                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(t.bytes[k] + 16 * q)));
         }
@@ -47,8 +59,31 @@ struct ByteTables {
 
     __m256i operator()(int k, __m256i index) const
     {
-        if (!lookup[k])
+        if (kind[k] == 0)
             return index;
+        if (kind[k] != 3) {
+            const __m256i zero = _mm256_setzero_si256();
+            const __m256i most = _mm256_set1_epi16(255);
+            const __m256i lo = _mm256_min_epu16(
+                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, index), gain[k]), shift[k]), most);
+            const __m256i hi = _mm256_min_epu16(
+                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, index), gain[k]), shift[k]), most);
+            const __m256i scaled = _mm256_packus_epi16(lo, hi);
+            if (kind[k] == 1)
+                return scaled;
+            // Byte index >> 3 of the map: 0..15 from the low half, 16..31
+            // from the high one; the bit is index & 7.
+            const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(0x1F));
+            const __m256i bytes =
+                _mm256_or_si256(_mm256_shuffle_epi8(fixLow[k], _mm256_adds_epu8(at, _mm256_set1_epi8(0x70))),
+                                _mm256_shuffle_epi8(fixHigh[k], _mm256_sub_epi8(at, _mm256_set1_epi8(16))));
+            const __m256i bit = _mm256_shuffle_epi8(
+                _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64, -128,
+                                 0, 0, 0, 0, 0, 0, 0, 0),
+                _mm256_and_si256(index, _mm256_set1_epi8(7)));
+            // All ones, that is -1, where the bit is set.
+            return _mm256_add_epi8(scaled, _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit));
+        }
         const __m256i sixteen = _mm256_set1_epi8(16);
         const __m256i high = _mm256_set1_epi8(0x70);
         __m256i result = _mm256_setzero_si256();
