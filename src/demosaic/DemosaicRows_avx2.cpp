@@ -98,18 +98,21 @@ struct ByteTables {
 
 // Byte shuffles that lay out three vectors of samples as packed three-byte
 // pixels, 16 pixels per 128-bit lane: masks[v][c] places channel c into
-// output vector v of a lane's 48 bytes.
+// output vector v of a lane's 48 bytes. Samples lie in pixel order, or
+// `split` as the pairs' 16-bit lanes pack: the eight even pixels of a lane,
+// then the eight odd ones.
 struct Interleave {
     __m256i masks[3][3];
 
-    Interleave()
+    explicit Interleave(bool split = false)
     {
         for (int v = 0; v < 3; ++v) {
             for (int c = 0; c < 3; ++c) {
                 alignas(32) uint8_t m[32];
                 for (int j = 0; j < 16; ++j) {
                     const int n = 16 * v + j;
-                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? n / 3 : 0x80);
+                    const int pixel = split ? (n / 3 & 1) * 8 + n / 3 / 2 : n / 3;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? pixel : 0x80);
                 }
                 masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
             }
@@ -120,6 +123,12 @@ struct Interleave {
 const Interleave& Pattern()
 {
     static const Interleave pattern;
+    return pattern;
+}
+
+const Interleave& SplitPattern()
+{
+    static const Interleave pattern(true);
     return pattern;
 }
 
@@ -173,18 +182,10 @@ inline bool Vectorisable(const DemosaicRowArgs& r)
     return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
 }
 
-template <int kLayout>
-void Nearest(const DemosaicRowArgs& r)
+// The row's pairs from 1 on, with or without tables to apply.
+template <int kLayout, bool kTables>
+void NearestPairs(const DemosaicRowArgs& r)
 {
-    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
-    if (!Vectorisable(r)) {
-        portable(r);
-        return;
-    }
-    DemosaicRowArgs head = r;
-    head.count = 1;
-    portable(head);
-
     const unsigned char* const rg = r.rows[0];
     const unsigned char* const gb = r.rows[1];
     const ByteTables tables(*r.bytes);
@@ -207,7 +208,103 @@ void Nearest(const DemosaicRowArgs& r)
         const __m256i greens =
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
-        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        if (kTables)
+            Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        else
+            Put<kLayout>(outs, c, red, greens, blue, il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const DemosaicByteTables& t = *r.bytes;
+    if (t.identity[0] && t.identity[1] && t.identity[2])
+        NearestPairs<kLayout, false>(r);
+    else
+        NearestPairs<kLayout, true>(r);
+}
+
+// The row's pairs from 1 on, for one row phase and with or without tables
+// to apply, so that neither is decided per vector.
+template <int kLayout, bool kRedRow, bool kTables>
+void BilinearPairs(const DemosaicRowArgs& r)
+{
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    // Packed pixels take the pairs' lanes packed as they are; the shuffles
+    // that interleave them put the samples in order.
+    const bool split = kLayout != kLayoutPlanar;
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = split ? SplitPattern() : Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
+        const __m256i acm = _mm256_add_epi16(am, cm);
+        const __m256i ac0 = _mm256_add_epi16(a0, c0);
+        const __m256i ac1 = _mm256_add_epi16(a1, c1);
+        const __m256i ac2 = _mm256_add_epi16(a2, c2);
+        __m256i r0, g0, b0out, r1, g1, b1out;
+        if (kRedRow) {
+            r0 = b0;
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
+            b1out = _mm256_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm256_srli_epi16(ac0, 1);
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        __m256i red, green, blue;
+        if (split) {
+            red = _mm256_packus_epi16(r0, r1);
+            green = _mm256_packus_epi16(g0, g1);
+            blue = _mm256_packus_epi16(b0out, b1out);
+        } else {
+            red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
+            green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
+            blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
+        }
+        if (kTables) {
+            red = tables(0, red);
+            green = tables(1, green);
+            blue = tables(2, blue);
+        }
+        Put<kLayout>(outs, i, red, green, blue, il);
     };
     uint32_t p = 1;
     for (; p + kPairs <= count; p += kPairs)
@@ -230,59 +327,12 @@ void Bilinear(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const unsigned char* const a = r.rows[0];
-    const unsigned char* const b = r.rows[1];
-    const unsigned char* const c = r.rows[2];
-    const ByteTables tables(*r.bytes);
-    // Copies, so that stores through the rows' bytes need not reload them.
-    const Interleave il = Pattern();
-    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
-    const uint32_t count = r.count;
-    const __m256i low = _mm256_set1_epi16(0x00FF);
-    const bool redRow = (r.phase & 1) != 0;
-    const auto vector = [&](uint32_t p) {
-        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
-        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
-        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
-        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
-        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
-        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
-        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
-        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
-        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
-        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
-        const __m256i acm = _mm256_add_epi16(am, cm);
-        const __m256i ac0 = _mm256_add_epi16(a0, c0);
-        const __m256i ac1 = _mm256_add_epi16(a1, c1);
-        const __m256i ac2 = _mm256_add_epi16(a2, c2);
-        __m256i r0, g0, b0out, r1, g1, b1out;
-        if (redRow) {
-            r0 = b0;
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
-            b1out = _mm256_srli_epi16(ac1, 1);
-        } else {
-            r0 = _mm256_srli_epi16(ac0, 1);
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
-            b1out = b1;
-        }
-        const __m256i red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
-        const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
-        const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
-        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
-    };
-    uint32_t p = 1;
-    for (; p + kPairs <= count; p += kPairs)
-        vector(p);
-    // The last vector ends at the row's last pair; the pairs it shares with
-    // the one before get the same bytes again.
-    if (p < count)
-        vector(count - kPairs);
+    const DemosaicByteTables& t = *r.bytes;
+    const bool tables = !(t.identity[0] && t.identity[1] && t.identity[2]);
+    if ((r.phase & 1) != 0)
+        (tables ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
+    else
+        (tables ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
 }
 
 inline __m256i Widen(const unsigned char* p)
