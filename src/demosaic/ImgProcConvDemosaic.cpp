@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <emmintrin.h>
 
 #include "AverageHistogram.h"
 #include "ImageAddress.h"
@@ -222,6 +224,33 @@ void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S
     }
 }
 
+// Copies a row out with streaming stores, 16 bytes at a time where the
+// destination is aligned to 16 and plainly at both ends.
+void StreamBytes(unsigned char* to, const unsigned char* from, size_t count)
+{
+    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 15u);
+    head = head < count ? head : count;
+    std::memcpy(to, from, head);
+    size_t i = head;
+    for (; i + 16 <= count; i += 16)
+        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
+    std::memcpy(to + i, from + i, count - i);
+}
+
+// Pixels the nearest-neighbour and bilinear methods write from a row's
+// start, or 0 for the other methods, which are written in place.
+int64_t PixelsWritten(int type, int columns)
+{
+    switch (type) {
+    case KORVA_DEMOSAIC_NEAREST:
+        return columns < 1 ? 0 : 2 * (1 + static_cast<int64_t>(static_cast<uint32_t>(columns - 1) / 2u));
+    case KORVA_DEMOSAIC_BILINEAR:
+        return 2 * static_cast<int64_t>(bllut::Pairs(columns));
+    default:
+        return 0;
+    }
+}
+
 // The row loop of the colour classes.
 template <typename S, typename D, typename SD, bool kPlanar>
 void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
@@ -238,6 +267,17 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     unsigned char** ring = cv.mppRows;
     const CImageAddress dstAt(dst);
     const CImageAddress srcAt(src);
+    // Streaming: packed rows of a unit step, built in the scratch row and
+    // then copied out, each before the next row is made.
+    const int64_t streamBytes = kPlanar || cv.miStepX != 1 ? 0 : PixelsWritten(type, plan.columns) * sizeof(D);
+    const bool stream =
+        streamBytes > 0 && static_cast<int64_t>(plan.limit - plan.top) > cv.miStreamBytes / streamBytes;
+    unsigned char* scratch = nullptr;
+    if (stream) {
+        if (cv.mStreamRow.size() < static_cast<size_t>(streamBytes) + 64 + sizeof(D))
+            cv.mStreamRow.resize(static_cast<size_t>(streamBytes) + 64 + sizeof(D));
+        scratch = cv.mStreamRow.data() + (-reinterpret_cast<uintptr_t>(cv.mStreamRow.data()) & 63u);
+    }
     // The methods read up to one sample past `columns` (and the bilinear one
     // the sample before a row), and write up to `columns` + 1 pixels.
     CRowGuard& guard = cv.mRowGuard;
@@ -260,6 +300,14 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             break;
         RowTarget<D, kPlanar> target(at, planeSize);
         GuardTarget(guard, target);
+        // A row the guard has swapped for its own scratch is written there.
+        unsigned char* streamTo = nullptr;
+        if constexpr (!kPlanar) {
+            if (stream && target.pixels == reinterpret_cast<D*>(at)) {
+                streamTo = at;
+                target.pixels = reinterpret_cast<D*>(scratch);
+            }
+        }
         // Rows near a buffer's end are handed over as copies, all of them
         // together, with the buffer start moved to the copies' start so that
         // the sample in front of each copy is read as in the buffer.
@@ -277,6 +325,8 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
                              plan.phase.redAtOdd);
         src->mpBasePointer = base;
         guard.Flush();
+        if (streamTo != nullptr)
+            StreamBytes(streamTo, scratch, static_cast<size_t>(streamBytes));
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:
@@ -299,6 +349,8 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             break;
         }
     }
+    if (stream)
+        _mm_sfence();
 }
 
 // The mosaic copied as it is, every site through the red table.
@@ -388,7 +440,8 @@ CImgProcConvDemosaic::CImgProcConvDemosaic()
       mpLUTBlue(nullptr),
       miReserved256(256),
       mpRowSet(&DemosaicRows::For(KvCpuActive())),
-      mByteTables()
+      mByteTables(),
+      miStreamBytes(int64_t(16) << 20)
 {
 }
 
