@@ -380,6 +380,8 @@ void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, co
             identity = identity && out->bytes[t][i] == i;
         }
         out->identity[t] = identity;
+        if (out->gainFound[t] && std::memcmp(out->gainFor[t], out->bytes[t], 256) == 0)
+            continue;
         out->gain[t] = 0;
         out->gainShift[t] = 16;
         std::memset(out->fixes[t], 0, sizeof out->fixes[t]);
@@ -388,6 +390,8 @@ void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, co
         for (int q = 0; q < 32; ++q)
             fixed = fixed || (out->gained[t] && out->fixes[t][q] != 0);
         out->fixed[t] = fixed;
+        std::memcpy(out->gainFor[t], out->bytes[t], 256);
+        out->gainFound[t] = true;
     }
     out->valid = true;
 }

@@ -28,6 +28,10 @@ struct DemosaicByteTables {
     uint16_t gain[3];
     uint32_t gainShift[3];
     uint8_t fixes[3][32];
+    // The bytes the gain fields above were found for: a frame whose table
+    // is unchanged keeps them instead of searching again.
+    bool gainFound[3] = {false, false, false};
+    uint8_t gainFor[3][256];
     // Deep sources: a table that is a rounded rescale, entry i being
     // (i * mul + add) >> shift for every i up to `limit`, as verified entry by
     // entry, can be computed instead of looked up. Indices above `limit` are

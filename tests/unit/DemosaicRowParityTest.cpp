@@ -124,6 +124,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
 
     const DemosaicRowSet& portable = DemosaicRows::Portable();
     const KvCpuLevel best = KvCpuSupported();
+    // One record for all tables, as a converter keeps it from frame to frame.
+    DemosaicByteTables bytes;
     for (int level = static_cast<int>(KvCpuLevel::Avx2); level <= static_cast<int>(best); ++level) {
         const DemosaicRowSet& fast = DemosaicRows::For(static_cast<KvCpuLevel>(level));
         for (const Slot& s : slots) {
@@ -136,7 +138,6 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                 // The 5x5 methods use no table.
                 if ((s.method == kHq || s.method == kMono) && tables != &random)
                     continue;
-                DemosaicByteTables bytes;
                 const uint16_t* t = tables->data();
                 DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
                 // Identity up to 1023, then beyond the verified range.
