@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "DemosaicKernels.h"
 #include "ImgProcConvDemosaic_HQBL.inl"
@@ -327,6 +328,52 @@ const DemosaicRowSet& DemosaicRows::For(KvCpuLevel level)
     }
 }
 
+namespace {
+
+// Finds gain and shift with min(255, (i * gain) >> shift) equal to bytes[i]
+// or one above it for every i, preferring the finest shift, and marks the
+// entries one above. Each entry bounds the gain from both sides (one at or
+// near saturation from below only); the least gain of the intersection is
+// taken, and the result is checked entry by entry once more.
+bool FindGain(const uint8_t* bytes, uint16_t* gain, uint32_t* shift, uint8_t* fixes)
+{
+    if (bytes[0] != 0)
+        return false;
+    for (uint32_t s = 16; s >= 8; --s) {
+        uint64_t lo = 0, hi = 0xFFFF;
+        for (uint64_t i = 1; i < 256 && lo <= hi; ++i) {
+            const uint64_t t = bytes[i];
+            const uint64_t atLeast = ((t << s) + i - 1) / i;
+            lo = atLeast > lo ? atLeast : lo;
+            if (t + 1 < 255) {
+                const uint64_t atMost = (((t + 2) << s) - 1) / i;
+                hi = atMost < hi ? atMost : hi;
+            }
+        }
+        if (lo > hi)
+            continue;
+        bool exact = true;
+        for (uint32_t q = 0; q < 32; ++q)
+            fixes[q] = 0;
+        for (uint32_t i = 0; exact && i < 256; ++i) {
+            uint32_t v = (i * static_cast<uint32_t>(lo)) >> s;
+            v = v < 255 ? v : 255;
+            if (v == bytes[i] + 1u)
+                fixes[i >> 3] = static_cast<uint8_t>(fixes[i >> 3] | (1u << (i & 7)));
+            else
+                exact = v == bytes[i];
+        }
+        if (exact) {
+            *gain = static_cast<uint16_t>(lo);
+            *shift = s;
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace
+
 void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, const uint16_t* blue,
                                   DemosaicByteTables* out)
 {
@@ -338,6 +385,18 @@ void DemosaicRows::FillByteTables(const uint16_t* red, const uint16_t* green, co
             identity = identity && out->bytes[t][i] == i;
         }
         out->identity[t] = identity;
+        if (out->gainFound[t] && std::memcmp(out->gainFor[t], out->bytes[t], 256) == 0)
+            continue;
+        out->gain[t] = 0;
+        out->gainShift[t] = 16;
+        std::memset(out->fixes[t], 0, sizeof out->fixes[t]);
+        out->gained[t] = !identity && FindGain(out->bytes[t], &out->gain[t], &out->gainShift[t], out->fixes[t]);
+        bool fixed = false;
+        for (int q = 0; q < 32; ++q)
+            fixed = fixed || (out->gained[t] && out->fixes[t][q] != 0);
+        out->fixed[t] = fixed;
+        std::memcpy(out->gainFor[t], out->bytes[t], 256);
+        out->gainFound[t] = true;
     }
     out->valid = true;
 }

@@ -18,6 +18,20 @@ struct DemosaicByteTables {
     uint8_t bytes[3][256];  // red, green, blue
     bool identity[3];
     bool valid;             // false: the fast paths use the 16-bit tables
+    // A gain table: entry i is min(255, (i * gain) >> gainShift), less 1
+    // where bit i of `fixes` is set, for every i up to 255, as verified entry
+    // by entry; it can be computed in 16-bit lanes instead of looked up.
+    // gainShift lies in 8..16. (Gains that are not a binary fraction round
+    // differently from entry to entry: the bits take that up.)
+    bool gained[3];
+    bool fixed[3];  // some bit of `fixes` is set
+    uint16_t gain[3];
+    uint32_t gainShift[3];
+    uint8_t fixes[3][32];
+    // The bytes the gain fields above were found for: a frame whose table
+    // is unchanged keeps them instead of searching again.
+    bool gainFound[3] = {false, false, false};
+    uint8_t gainFor[3][256];
     // Deep sources: a table that is a rounded rescale, entry i being
     // (i * mul + add) >> shift for every i up to `limit`, as verified entry by
     // entry, can be computed instead of looked up. Indices above `limit` are

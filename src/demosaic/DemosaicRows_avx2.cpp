@@ -1,8 +1,8 @@
 // AVX2 row functions for 8-bit Bayer sources, 32 pixels at a time; the
 // first pair goes to the portable function and the last vector ends at the
 // row's last pair, so that exactly the portable loop's bytes are read and
-// written. AVX2 has no byte permute over 256 entries: tables that are not
-// the identity are looked up in sixteen 16-entry pieces.
+// written. AVX2 has no byte permute over 256 entries: gain tables are
+// computed, other tables looked up in sixteen 16-entry pieces.
 #include <immintrin.h>
 
 #include <cstddef>
@@ -27,19 +27,31 @@ inline void Store(unsigned char* p, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
-// A table of 256 byte entries as sixteen 16-entry pieces, each in both
-// 128-bit lanes: piece k answers the indices 16k to 16k + 15. Index minus 16k,
-// wrapping, lies in 0..15 for those only; adding 0x70 with saturation sets
-// the high bit of every other, so that the byte shuffle gives 0 for it.
+// A table of 256 byte entries. A gain table is computed: each byte, put in
+// the high half of a 16-bit lane, is multiplied by the gain keeping the high
+// half, shifted, and packed with saturation at 255; then the marked entries
+// take 1 off, their bit found by two 16-byte shuffles over the 32-byte map.
+// Any other table is looked up in sixteen 16-entry pieces, each in both
+// 128-bit lanes: piece k answers the indices 16k to 16k + 15. Index minus
+// 16k, wrapping, lies in 0..15 for those only; adding 0x70 with saturation
+// sets the high bit of every other, so that the byte shuffle gives 0 for it.
 struct ByteTables {
     __m256i piece[3][16];
-    bool lookup[3];
+    __m256i gain[3];
+    __m256i fixLow[3], fixHigh[3];
+    __m128i shift[3];
+    int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
 
     explicit ByteTables(const DemosaicByteTables& t)
     {
         for (int k = 0; k < 3; ++k) {
-            lookup[k] = !t.identity[k];
-            for (int q = 0; q < 16; ++q)
+            kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+            gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
+            shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
+            fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
+            fixHigh[k] =
+                _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k] + 16)));
+            for (int q = 0; kind[k] == 3 && q < 16; ++q)
                 piece[k][q] = _mm256_broadcastsi128_si256(
                     _mm_loadu_si128(reinterpret_cast<const __m128i*>(t.bytes[k] + 16 * q)));
         }
@@ -47,8 +59,31 @@ struct ByteTables {
 
     __m256i operator()(int k, __m256i index) const
     {
-        if (!lookup[k])
+        if (kind[k] == 0)
             return index;
+        if (kind[k] != 3) {
+            const __m256i zero = _mm256_setzero_si256();
+            const __m256i most = _mm256_set1_epi16(255);
+            const __m256i lo = _mm256_min_epu16(
+                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, index), gain[k]), shift[k]), most);
+            const __m256i hi = _mm256_min_epu16(
+                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, index), gain[k]), shift[k]), most);
+            const __m256i scaled = _mm256_packus_epi16(lo, hi);
+            if (kind[k] == 1)
+                return scaled;
+            // Byte index >> 3 of the map: 0..15 from the low half, 16..31
+            // from the high one; the bit is index & 7.
+            const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(0x1F));
+            const __m256i bytes =
+                _mm256_or_si256(_mm256_shuffle_epi8(fixLow[k], _mm256_adds_epu8(at, _mm256_set1_epi8(0x70))),
+                                _mm256_shuffle_epi8(fixHigh[k], _mm256_sub_epi8(at, _mm256_set1_epi8(16))));
+            const __m256i bit = _mm256_shuffle_epi8(
+                _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64, -128,
+                                 0, 0, 0, 0, 0, 0, 0, 0),
+                _mm256_and_si256(index, _mm256_set1_epi8(7)));
+            // All ones, that is -1, where the bit is set.
+            return _mm256_add_epi8(scaled, _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit));
+        }
         const __m256i sixteen = _mm256_set1_epi8(16);
         const __m256i high = _mm256_set1_epi8(0x70);
         __m256i result = _mm256_setzero_si256();
@@ -63,18 +98,21 @@ struct ByteTables {
 
 // Byte shuffles that lay out three vectors of samples as packed three-byte
 // pixels, 16 pixels per 128-bit lane: masks[v][c] places channel c into
-// output vector v of a lane's 48 bytes.
+// output vector v of a lane's 48 bytes. Samples lie in pixel order, or
+// `split` as the pairs' 16-bit lanes pack: the eight even pixels of a lane,
+// then the eight odd ones.
 struct Interleave {
     __m256i masks[3][3];
 
-    Interleave()
+    explicit Interleave(bool split = false)
     {
         for (int v = 0; v < 3; ++v) {
             for (int c = 0; c < 3; ++c) {
                 alignas(32) uint8_t m[32];
                 for (int j = 0; j < 16; ++j) {
                     const int n = 16 * v + j;
-                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? n / 3 : 0x80);
+                    const int pixel = split ? (n / 3 & 1) * 8 + n / 3 / 2 : n / 3;
+                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? pixel : 0x80);
                 }
                 masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
             }
@@ -85,6 +123,12 @@ struct Interleave {
 const Interleave& Pattern()
 {
     static const Interleave pattern;
+    return pattern;
+}
+
+const Interleave& SplitPattern()
+{
+    static const Interleave pattern(true);
     return pattern;
 }
 
@@ -138,18 +182,10 @@ inline bool Vectorisable(const DemosaicRowArgs& r)
     return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
 }
 
-template <int kLayout>
-void Nearest(const DemosaicRowArgs& r)
+// The row's pairs from 1 on, with or without tables to apply.
+template <int kLayout, bool kTables>
+void NearestPairs(const DemosaicRowArgs& r)
 {
-    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
-    if (!Vectorisable(r)) {
-        portable(r);
-        return;
-    }
-    DemosaicRowArgs head = r;
-    head.count = 1;
-    portable(head);
-
     const unsigned char* const rg = r.rows[0];
     const unsigned char* const gb = r.rows[1];
     const ByteTables tables(*r.bytes);
@@ -172,7 +208,103 @@ void Nearest(const DemosaicRowArgs& r)
         const __m256i greens =
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
-        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        if (kTables)
+            Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        else
+            Put<kLayout>(outs, c, red, greens, blue, il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const DemosaicByteTables& t = *r.bytes;
+    if (t.identity[0] && t.identity[1] && t.identity[2])
+        NearestPairs<kLayout, false>(r);
+    else
+        NearestPairs<kLayout, true>(r);
+}
+
+// The row's pairs from 1 on, for one row phase and with or without tables
+// to apply, so that neither is decided per vector.
+template <int kLayout, bool kRedRow, bool kTables>
+void BilinearPairs(const DemosaicRowArgs& r)
+{
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    // Packed pixels take the pairs' lanes packed as they are; the shuffles
+    // that interleave them put the samples in order.
+    const bool split = kLayout != kLayoutPlanar;
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = split ? SplitPattern() : Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m256i low = _mm256_set1_epi16(0x00FF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
+        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
+        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
+        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
+        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
+        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
+        const __m256i acm = _mm256_add_epi16(am, cm);
+        const __m256i ac0 = _mm256_add_epi16(a0, c0);
+        const __m256i ac1 = _mm256_add_epi16(a1, c1);
+        const __m256i ac2 = _mm256_add_epi16(a2, c2);
+        __m256i r0, g0, b0out, r1, g1, b1out;
+        if (kRedRow) {
+            r0 = b0;
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
+            b1out = _mm256_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm256_srli_epi16(ac0, 1);
+            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
+            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
+            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
+            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        __m256i red, green, blue;
+        if (split) {
+            red = _mm256_packus_epi16(r0, r1);
+            green = _mm256_packus_epi16(g0, g1);
+            blue = _mm256_packus_epi16(b0out, b1out);
+        } else {
+            red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
+            green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
+            blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
+        }
+        if (kTables) {
+            red = tables(0, red);
+            green = tables(1, green);
+            blue = tables(2, blue);
+        }
+        Put<kLayout>(outs, i, red, green, blue, il);
     };
     uint32_t p = 1;
     for (; p + kPairs <= count; p += kPairs)
@@ -195,59 +327,12 @@ void Bilinear(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const unsigned char* const a = r.rows[0];
-    const unsigned char* const b = r.rows[1];
-    const unsigned char* const c = r.rows[2];
-    const ByteTables tables(*r.bytes);
-    // Copies, so that stores through the rows' bytes need not reload them.
-    const Interleave il = Pattern();
-    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
-    const uint32_t count = r.count;
-    const __m256i low = _mm256_set1_epi16(0x00FF);
-    const bool redRow = (r.phase & 1) != 0;
-    const auto vector = [&](uint32_t p) {
-        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
-        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
-        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
-        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
-        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
-        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
-        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
-        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
-        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
-        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
-        const __m256i acm = _mm256_add_epi16(am, cm);
-        const __m256i ac0 = _mm256_add_epi16(a0, c0);
-        const __m256i ac1 = _mm256_add_epi16(a1, c1);
-        const __m256i ac2 = _mm256_add_epi16(a2, c2);
-        __m256i r0, g0, b0out, r1, g1, b1out;
-        if (redRow) {
-            r0 = b0;
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
-            b1out = _mm256_srli_epi16(ac1, 1);
-        } else {
-            r0 = _mm256_srli_epi16(ac0, 1);
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
-            b1out = b1;
-        }
-        const __m256i red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
-        const __m256i green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
-        const __m256i blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
-        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
-    };
-    uint32_t p = 1;
-    for (; p + kPairs <= count; p += kPairs)
-        vector(p);
-    // The last vector ends at the row's last pair; the pairs it shares with
-    // the one before get the same bytes again.
-    if (p < count)
-        vector(count - kPairs);
+    const DemosaicByteTables& t = *r.bytes;
+    const bool tables = !(t.identity[0] && t.identity[1] && t.identity[2]);
+    if ((r.phase & 1) != 0)
+        (tables ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
+    else
+        (tables ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
 }
 
 inline __m256i Widen(const unsigned char* p)

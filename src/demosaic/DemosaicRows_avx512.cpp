@@ -32,7 +32,7 @@ struct ByteTables {
     {
         for (int k = 0; k < 3; ++k) {
             lookup[k] = !t.identity[k];
-            for (int q = 0; q < 4; ++q)
+            for (int q = 0; lookup[k] && q < 4; ++q)
                 part[k][q] = _mm512_loadu_si512(t.bytes[k] + 64 * q);
         }
     }
@@ -52,12 +52,14 @@ struct ByteTables {
 // Byte permutes that lay three vectors of 64 samples out as 64 packed
 // three-byte pixels: for each output vector, the first two samples of each
 // pixel come from one two-source permute, the third is merged under a mask.
+// Samples lie in pixel order, or `split` as the pairs' 16-bit lanes pack:
+// per 128-bit lane the eight even pixels, then the eight odd ones.
 struct Interleave {
     __m512i firstTwo[3];
     __m512i third[3];
     __mmask64 thirdMask[3];
 
-    Interleave()
+    explicit Interleave(bool split = false)
     {
         for (int v = 0; v < 3; ++v) {
             alignas(64) uint8_t two[64];
@@ -65,7 +67,8 @@ struct Interleave {
             uint64_t mask = 0;
             for (int j = 0; j < 64; ++j) {
                 const int n = 64 * v + j;
-                const int pixel = n / 3;
+                const int q = n / 3 % 16;
+                const int pixel = split ? n / 3 - q + (q & 1) * 8 + q / 2 : n / 3;
                 const int channel = n % 3;
                 two[j] = static_cast<uint8_t>(channel == 1 ? pixel | 64 : pixel);
                 one[j] = static_cast<uint8_t>(pixel);
@@ -82,6 +85,12 @@ struct Interleave {
 const Interleave& Pattern()
 {
     static const Interleave pattern;
+    return pattern;
+}
+
+const Interleave& SplitPattern()
+{
+    static const Interleave pattern(true);
     return pattern;
 }
 
@@ -139,19 +148,10 @@ inline __m512i Load(const unsigned char* p)
     return _mm512_loadu_si512(p);
 }
 
-template <int kLayout>
-void Nearest(const DemosaicRowArgs& r)
+// The row's pairs from 1 on, with or without tables to apply.
+template <int kLayout, bool kTables>
+void NearestPairs(const DemosaicRowArgs& r)
 {
-    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
-    if (!Vectorisable(r)) {
-        portable(r);
-        return;
-    }
-    // The first pair carries in from outside the row.
-    DemosaicRowArgs head = r;
-    head.count = 1;
-    portable(head);
-
     const unsigned char* const rg = r.rows[0];
     const unsigned char* const gb = r.rows[1];
     const ByteTables tables(*r.bytes);
@@ -177,7 +177,105 @@ void Nearest(const DemosaicRowArgs& r)
             _mm512_or_si512(_mm512_srli_epi16(sum0, 1), _mm512_slli_epi16(_mm512_srli_epi16(sum1, 1), 8));
         // Blue: gb[c-1] for the first pixel, gb[c+1] for the second.
         const __m512i blue = _mm512_ternarylogic_epi32(low, gbBefore, gbAt, 0xCA);
-        Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        if (kTables)
+            Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
+        else
+            Put<kLayout>(outs, c, red, greens, blue, il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+template <int kLayout>
+void Nearest(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().nearest[kLayout][kWidthByteToByte];
+    if (!Vectorisable(r)) {
+        portable(r);
+        return;
+    }
+    // The first pair carries in from outside the row.
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+
+    const DemosaicByteTables& t = *r.bytes;
+    if (t.identity[0] && t.identity[1] && t.identity[2])
+        NearestPairs<kLayout, false>(r);
+    else
+        NearestPairs<kLayout, true>(r);
+}
+
+// The row's pairs from 1 on, for one row phase and with or without tables
+// to look up, so that neither is decided per vector.
+template <int kLayout, bool kRedRow, bool kLookup>
+void BilinearPairs(const DemosaicRowArgs& r)
+{
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const ByteTables tables(*r.bytes);
+    // Packed pixels take the pairs' lanes packed as they are; the permutes
+    // that interleave them put the samples in order.
+    const bool split = kLayout != kLayoutPlanar;
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = split ? SplitPattern() : Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    const auto vector = [&](uint32_t p) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
+        const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
+        const __m512i bL = Load(b + i - 1), bH = Load(b + i + 1);
+        const __m512i cL = Load(c + i - 1), cH = Load(c + i + 1);
+        const __m512i am = _mm512_and_si512(aL, low), a0 = _mm512_srli_epi16(aL, 8);
+        const __m512i a1 = _mm512_and_si512(aH, low), a2 = _mm512_srli_epi16(aH, 8);
+        const __m512i bm = _mm512_and_si512(bL, low), b0 = _mm512_srli_epi16(bL, 8);
+        const __m512i b1 = _mm512_and_si512(bH, low), b2 = _mm512_srli_epi16(bH, 8);
+        const __m512i cm = _mm512_and_si512(cL, low), c0 = _mm512_srli_epi16(cL, 8);
+        const __m512i c1 = _mm512_and_si512(cH, low), c2 = _mm512_srli_epi16(cH, 8);
+        const __m512i acm = _mm512_add_epi16(am, cm);
+        const __m512i ac0 = _mm512_add_epi16(a0, c0);
+        const __m512i ac1 = _mm512_add_epi16(a1, c1);
+        const __m512i ac2 = _mm512_add_epi16(a2, c2);
+        __m512i r0, g0, b0out, r1, g1, b1out;
+        if (kRedRow) {
+            r0 = b0;
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(bm, b1), ac0), 2);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(b0, b2), 1);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b1, 2)), 3);
+            b1out = _mm512_srli_epi16(ac1, 1);
+        } else {
+            r0 = _mm512_srli_epi16(ac0, 1);
+            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b0, 2)), 3);
+            b0out = _mm512_srli_epi16(_mm512_add_epi16(bm, b1), 1);
+            r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
+            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b0, b2), ac1), 2);
+            b1out = b1;
+        }
+        __m512i red, green, blue;
+        if (split) {
+            red = _mm512_packus_epi16(r0, r1);
+            green = _mm512_packus_epi16(g0, g1);
+            blue = _mm512_packus_epi16(b0out, b1out);
+        } else {
+            red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
+            green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
+            blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
+        }
+        if (kLookup) {
+            red = tables(0, red);
+            green = tables(1, green);
+            blue = tables(2, blue);
+        }
+        Put<kLayout>(outs, i, red, green, blue, il);
     };
     uint32_t p = 1;
     for (; p + kPairs <= count; p += kPairs)
@@ -200,60 +298,12 @@ void Bilinear(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const unsigned char* const a = r.rows[0];
-    const unsigned char* const b = r.rows[1];
-    const unsigned char* const c = r.rows[2];
-    const ByteTables tables(*r.bytes);
-    // Copies, so that stores through the rows' bytes need not reload them.
-    const Interleave il = Pattern();
-    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
-    const uint32_t count = r.count;
-    const __m512i low = _mm512_set1_epi16(0x00FF);
-    const bool redRow = (r.phase & 1) != 0;
-    const auto vector = [&](uint32_t p) {
-        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
-        // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
-        const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
-        const __m512i bL = Load(b + i - 1), bH = Load(b + i + 1);
-        const __m512i cL = Load(c + i - 1), cH = Load(c + i + 1);
-        const __m512i am = _mm512_and_si512(aL, low), a0 = _mm512_srli_epi16(aL, 8);
-        const __m512i a1 = _mm512_and_si512(aH, low), a2 = _mm512_srli_epi16(aH, 8);
-        const __m512i bm = _mm512_and_si512(bL, low), b0 = _mm512_srli_epi16(bL, 8);
-        const __m512i b1 = _mm512_and_si512(bH, low), b2 = _mm512_srli_epi16(bH, 8);
-        const __m512i cm = _mm512_and_si512(cL, low), c0 = _mm512_srli_epi16(cL, 8);
-        const __m512i c1 = _mm512_and_si512(cH, low), c2 = _mm512_srli_epi16(cH, 8);
-        const __m512i acm = _mm512_add_epi16(am, cm);
-        const __m512i ac0 = _mm512_add_epi16(a0, c0);
-        const __m512i ac1 = _mm512_add_epi16(a1, c1);
-        const __m512i ac2 = _mm512_add_epi16(a2, c2);
-        __m512i r0, g0, b0out, r1, g1, b1out;
-        if (redRow) {
-            r0 = b0;
-            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(bm, b1), ac0), 2);
-            b0out = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
-            r1 = _mm512_srli_epi16(_mm512_add_epi16(b0, b2), 1);
-            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b1, 2)), 3);
-            b1out = _mm512_srli_epi16(ac1, 1);
-        } else {
-            r0 = _mm512_srli_epi16(ac0, 1);
-            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b0, 2)), 3);
-            b0out = _mm512_srli_epi16(_mm512_add_epi16(bm, b1), 1);
-            r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
-            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b0, b2), ac1), 2);
-            b1out = b1;
-        }
-        const __m512i red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
-        const __m512i green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
-        const __m512i blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
-        Put<kLayout>(outs, i, tables(0, red), tables(1, green), tables(2, blue), il);
-    };
-    uint32_t p = 1;
-    for (; p + kPairs <= count; p += kPairs)
-        vector(p);
-    // The last vector ends at the row's last pair; the pairs it shares with
-    // the one before get the same bytes again.
-    if (p < count)
-        vector(count - kPairs);
+    const DemosaicByteTables& t = *r.bytes;
+    const bool lookup = !(t.identity[0] && t.identity[1] && t.identity[2]);
+    if ((r.phase & 1) != 0)
+        (lookup ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
+    else
+        (lookup ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
 }
 
 // The mosaic through the red table, 64 sites at a time.

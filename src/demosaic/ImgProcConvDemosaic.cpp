@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <emmintrin.h>
 
 #include "AverageHistogram.h"
+#include "ImageAddress.h"
 #include "ImgProc.h"
 #include "KorvaPixelFormats.h"
 #include "KvMath.h"
@@ -221,6 +224,33 @@ void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S
     }
 }
 
+// Copies a row out with streaming stores, 16 bytes at a time where the
+// destination is aligned to 16 and plainly at both ends.
+void StreamBytes(unsigned char* to, const unsigned char* from, size_t count)
+{
+    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 15u);
+    head = head < count ? head : count;
+    std::memcpy(to, from, head);
+    size_t i = head;
+    for (; i + 16 <= count; i += 16)
+        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
+    std::memcpy(to + i, from + i, count - i);
+}
+
+// Pixels the nearest-neighbour and bilinear methods write from a row's
+// start, or 0 for the other methods, which are written in place.
+int64_t PixelsWritten(int type, int columns)
+{
+    switch (type) {
+    case KORVA_DEMOSAIC_NEAREST:
+        return columns < 1 ? 0 : 2 * (1 + static_cast<int64_t>(static_cast<uint32_t>(columns - 1) / 2u));
+    case KORVA_DEMOSAIC_BILINEAR:
+        return 2 * static_cast<int64_t>(bllut::Pairs(columns));
+    default:
+        return 0;
+    }
+}
+
 // The row loop of the colour classes.
 template <typename S, typename D, typename SD, bool kPlanar>
 void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
@@ -235,6 +265,19 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const int32_t planeSize = KvWrap32(KvU32(dst->GetPitch()) * KvU32(cv.mRectDst.Height()));
     const uint32_t dstX = KvU32(cv.miStepX) * KvU32(plan.half) + KvU32(cv.miDstStartX);
     unsigned char** ring = cv.mppRows;
+    const CImageAddress dstAt(dst);
+    const CImageAddress srcAt(src);
+    // Streaming: packed rows of a unit step, built in the scratch row and
+    // then copied out, each before the next row is made.
+    const int64_t streamBytes = kPlanar || cv.miStepX != 1 ? 0 : PixelsWritten(type, plan.columns) * sizeof(D);
+    const bool stream =
+        streamBytes > 0 && static_cast<int64_t>(plan.limit - plan.top) > cv.miStreamBytes / streamBytes;
+    unsigned char* scratch = nullptr;
+    if (stream) {
+        if (cv.mStreamRow.size() < static_cast<size_t>(streamBytes) + 64 + sizeof(D))
+            cv.mStreamRow.resize(static_cast<size_t>(streamBytes) + 64 + sizeof(D));
+        scratch = cv.mStreamRow.data() + (-reinterpret_cast<uintptr_t>(cv.mStreamRow.data()) & 63u);
+    }
     // The methods read up to one sample past `columns` (and the bilinear one
     // the sample before a row), and write up to `columns` + 1 pixels.
     CRowGuard& guard = cv.mRowGuard;
@@ -245,7 +288,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
 
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
         unsigned char* at =
-            SampleIO::RowAddress(dst, dstX, (y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY));
+            dstAt.At(KvWrap32(dstX), KvWrap32((y + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY)));
         if (at == nullptr)
             break;
         // A source of 3 or 4 rows lets the 5-row loop bound wrap; its window
@@ -257,6 +300,14 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             break;
         RowTarget<D, kPlanar> target(at, planeSize);
         GuardTarget(guard, target);
+        // A row the guard has swapped for its own scratch is written there.
+        unsigned char* streamTo = nullptr;
+        if constexpr (!kPlanar) {
+            if (stream && target.pixels == reinterpret_cast<D*>(at)) {
+                streamTo = at;
+                target.pixels = reinterpret_cast<D*>(scratch);
+            }
+        }
         // Rows near a buffer's end are handed over as copies, all of them
         // together, with the buffer start moved to the copies' start so that
         // the sample in front of each copy is read as in the buffer.
@@ -274,6 +325,8 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
                              plan.phase.redAtOdd);
         src->mpBasePointer = base;
         guard.Flush();
+        if (streamTo != nullptr)
+            StreamBytes(streamTo, scratch, static_cast<size_t>(streamBytes));
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:
@@ -281,21 +334,23 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
             // runs two rows behind from y = 2 on, with the parity of entry 0
             // right throughout.
             ring[0] = ring[1];
-            ring[1] = src->GetImagePointer(0, KvWrap32(y), 0);
+            ring[1] = srcAt.At(0, KvWrap32(y));
             break;
         case KORVA_DEMOSAIC_BILINEAR:
             ring[0] = ring[1];
             ring[1] = ring[2];
-            ring[2] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
+            ring[2] = srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize)));
             break;
         case KORVA_DEMOSAIC_HQ_BILINEAR:
             // Row r lies in entry r % 5.
-            ring[y % kRowSlots] = src->GetImagePointer(0, KvWrap32(y + KvU32(cv.miMatrixSize)), 0);
+            ring[y % kRowSlots] = srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize)));
             break;
         default:
             break;
         }
     }
+    if (stream)
+        _mm_sfence();
 }
 
 // The mosaic copied as it is, every site through the red table.
@@ -312,14 +367,16 @@ void RawRows(CImgProcConvDemosaic& cv, const RowPlan& plan, DemosaicRowFn row)
     args.bytes = &cv.mByteTables;
     const std::ptrdiff_t sampleBytes = src->mdBytePerPixel == 1.0 ? 1 : 2;
     const std::ptrdiff_t outBytes = src->mdBytePerPixel != 1.0 && dst->miBppEff > 8 ? 2 : 1;
+    const CImageAddress dstAt(dst);
+    const CImageAddress srcAt(src);
     CRowGuard& guard = cv.mRowGuard;
     guard.Begin(*src, *dst, CRowGuard::Span(plan.columns, 1, sampleBytes),
                 CRowGuard::Span(plan.columns, cv.miStepX, outBytes));
     for (uint32_t y = plan.top; y < plan.limit; ++y) {
-        args.out[0] = SampleIO::RowAddress(dst, KvU32(cv.miDstStartX), KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY));
+        args.out[0] = dstAt.At(cv.miDstStartX, KvWrap32(KvU32(cv.miStepY) * y + KvU32(cv.miDstStartY)));
         if (args.out[0] == nullptr)
             break;
-        args.rows[0] = src->GetImagePointer(0, KvWrap32(y), 0);
+        args.rows[0] = srcAt.At(0, KvWrap32(y));
         if (args.rows[0] == nullptr)
             break;  // a chunk shorter than the image: no row to read
         args.rows[0] = guard.Read(args.rows[0], 0);
@@ -383,7 +440,8 @@ CImgProcConvDemosaic::CImgProcConvDemosaic()
       mpLUTBlue(nullptr),
       miReserved256(256),
       mpRowSet(&DemosaicRows::For(KvCpuActive())),
-      mByteTables()
+      mByteTables(),
+      miStreamBytes(int64_t(16) << 20)
 {
 }
 

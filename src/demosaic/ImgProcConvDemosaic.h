@@ -3,6 +3,7 @@
 #define IMGPROCCONVDEMOSAIC_H
 
 #include <cstdint>
+#include <vector>
 
 #include "DemosaicRows.h"
 #include "ImgProcConv.h"
@@ -52,6 +53,13 @@ public:
     // and the 8-bit view of the tables that their fast paths use.
     const DemosaicRowSet* mpRowSet;
     DemosaicByteTables mByteTables;
+    // Destination frames larger than this many bytes go out with streaming
+    // stores: they would not stay in the caches anyway, and a streaming store
+    // need not read a line before it writes it. Smaller frames are written in
+    // place. The bytes are the same either way.
+    int64_t miStreamBytes;
+    // Scratch row of frames that go out with streaming stores; grow-only.
+    std::vector<unsigned char> mStreamRow;
 };
 
 #endif

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "ImageAddress.h"
 #include "ImgProc.h"
 #include "KvAssert.h"
 #include "KvMath.h"
@@ -190,6 +191,15 @@ void MoveBytes(const sByteWindow& w, uintptr_t to, uintptr_t from, int64_t count
 {
     if (count <= 0 || !Inside(w, to, count) || !Inside(w, from, count))
         return;
+    // Border pixels are a few bytes: a loop through a buffer beats a call.
+    if (count <= 16) {
+        unsigned char buffer[16];
+        for (int64_t i = 0; i < count; ++i)
+            buffer[i] = reinterpret_cast<const unsigned char*>(from)[i];
+        for (int64_t i = 0; i < count; ++i)
+            reinterpret_cast<unsigned char*>(to)[i] = buffer[i];
+        return;
+    }
     std::memmove(reinterpret_cast<void*>(to), reinterpret_cast<const void*>(from), static_cast<size_t>(count));
 }
 
@@ -211,6 +221,7 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
     const int64_t rowsLimit = H * planes;
     const int64_t bpp = bytesPerPixel;
     const sByteWindow window = DstWindow(mem);
+    const CImageAddress address(mem);
 
     // Frames smaller than 2h + 1 in either direction would make the mirrors
     // reach outside the image: a copy is made only if its pixels exist, their
@@ -219,7 +230,7 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
     auto pixel = [&](int64_t x, int64_t y) -> unsigned char* {
         if (!InRange(x, W) || !InRange(y, rowsLimit))
             return nullptr;
-        return mem->GetImagePointer(static_cast<int32_t>(x), static_cast<int32_t>(y), 0);
+        return address.At(static_cast<int32_t>(x), static_cast<int32_t>(y));
     };
     auto copy = [&](const unsigned char* to, const unsigned char* from, int64_t count) {
         if (to == nullptr || from == nullptr)

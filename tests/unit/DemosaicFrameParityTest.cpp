@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "ImageAddress.h"
 #include "KvCpu.h"
 #include "TestFrames.h"
 
@@ -75,6 +76,8 @@ TEST(DemosaicFrameParity, BestLevelMatchesBaseline)
                     // Back to the method: a mono destination switches it.
                     image->mConvDemosaic.SetType(static_cast<KORVA_Demosaic>(method));
                     KvCpuOverride(best);
+                    // Every frame goes out with streaming stores at the best level.
+                    image->mConvDemosaic.miStreamBytes = 0;
                     const Result got = Convert(*image, length);
                     KvCpuResetOverride();
                     ASSERT_EQ(want.rc, got.rc);
@@ -84,6 +87,36 @@ TEST(DemosaicFrameParity, BestLevelMatchesBaseline)
                 }
             }
         }
+    }
+}
+
+// The row and border walks form addresses in integers; they must be the
+// view's, null and wrapped ones included, for every factor and region.
+TEST(DemosaicFrameParity, AddressesAreTheViews)
+{
+    struct View {
+        uint32_t format;
+        double factor;
+        int32_t width, height, left, top, chunk, offset, dataOffset;
+    } views[] = {
+        {KORVA_PIXTYPE_BGR8_PACKED, 3.0, 10, 6, 0, 0, -1, 0, 0},
+        {KORVA_PIXTYPE_RGB16_PLANAR, 2.0, 10, 6, 3, 2, 100, 4, 7},
+        {KORVA_PIXTYPE_RGB12_PACKED, 6.0, 9, 5, 1, 1, 200, 0, -5},
+        {KORVA_PIXTYPE_MONO12_PACKED, 1.5, 10, 6, 2, 1, -1, 0, 0},
+        {KORVA_PIXTYPE_MONO8, 1.0, 65536, 1, 5, 0, -1, 0, 0},
+    };
+    const int32_t coordinates[] = {INT32_MIN, -70000, -5, -1, 0, 1, 4, 8, 9, 10, 11, 32768, INT32_MAX};
+    std::vector<unsigned char> buffer(300);
+    for (const View& v : views) {
+        CMemoryAccess view(nullptr);
+        testframes::Bind(view, buffer, v.width, v.height, {v.format, v.factor, 8}, v.chunk);
+        ASSERT_TRUE(view.SetROI(v.left, v.top, v.width - v.left, v.height - v.top));
+        view.mChunkData[KORVA_CHUNK_IMAGE].miChunkDataOffset = v.offset;
+        view.miDataOffset = v.dataOffset;
+        const CImageAddress address(&view);
+        for (int32_t y : coordinates)
+            for (int32_t x : coordinates)
+                ASSERT_EQ(view.GetImagePointer(x, y, 0), address.At(x, y)) << v.factor << " " << x << "," << y;
     }
 }
 

@@ -110,16 +110,24 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
     std::mt19937 rng(1234);
     // The rescale from 12 to 8 bits as the tables are built, with leftovers
     // above 4095.
-    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536);
+    // Colour balance gains on 8 bits as the tables are built, one of them
+    // with a table that no gain gives.
+    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536), gains(3 * 65536);
+    const double gain[3] = {1.4, 0.7, 1.8};
     for (size_t i = 0; i < random.size(); ++i) {
         random[i] = static_cast<uint16_t>(rng());
         identity[i] = static_cast<uint16_t>(i % 65536);
         rescale[i] = i % 65536 <= 4095 ? static_cast<uint16_t>(static_cast<double>(i % 65536) / 4095 * 255 + 0.5)
                                       : random[i];
+        const int v = static_cast<int>(static_cast<double>(i % 65536) * gain[i / 65536]);
+        gains[i] = i % 65536 <= 255 ? static_cast<uint16_t>(v > 255 ? 255 : v) : random[i];
     }
+    gains[65536 + 77] = 0;
 
     const DemosaicRowSet& portable = DemosaicRows::Portable();
     const KvCpuLevel best = KvCpuSupported();
+    // One record for all tables, as a converter keeps it from frame to frame.
+    DemosaicByteTables bytes;
     for (int level = static_cast<int>(KvCpuLevel::Avx2); level <= static_cast<int>(best); ++level) {
         const DemosaicRowSet& fast = DemosaicRows::For(static_cast<KvCpuLevel>(level));
         for (const Slot& s : slots) {
@@ -128,11 +136,10 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
             if (fn == ref)
                 continue;
             const bool words = s.width != kWidthByteToByte;
-            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale}) {
+            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale, &gains}) {
                 // The 5x5 methods use no table.
                 if ((s.method == kHq || s.method == kMono) && tables != &random)
                     continue;
-                DemosaicByteTables bytes;
                 const uint16_t* t = tables->data();
                 DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
                 // Identity up to 1023, then beyond the verified range.
@@ -140,8 +147,11 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 255, &bytes);
                 else
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
-                if (tables != &random) {
+                if (tables == &identity || tables == &rescale) {
                     EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
+                }
+                if (tables == &gains) {
+                    EXPECT_TRUE(bytes.gained[0] && !bytes.gained[1] && bytes.gained[2]);
                 }
                 for (uint32_t run = 0; run < kRuns; ++run) {
                     const uint32_t count = run / 2 < kMaxCount ? run / 2 + 1 : kLongCounts[run / 2 - kMaxCount];
@@ -181,7 +191,10 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                         ASSERT_EQ(want.out[k], got.out[k])
                             << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " " << Name(s) << " count "
                             << count << " output " << k
-                            << (tables == &random ? " random" : tables == &identity ? " identity" : " rescale");
+                            << (tables == &random     ? " random"
+                                : tables == &identity ? " identity"
+                                : tables == &rescale  ? " rescale"
+                                                      : " gains");
                 }
             }
         }
