@@ -8,7 +8,11 @@
 
 namespace {
 
-const std::vector<PixelFormatInfo> kFormats = {
+// Built on first use: the benchmarks register their cases, and look formats
+// up, while static objects are still being constructed.
+const std::vector<PixelFormatInfo>& Formats()
+{
+    static const std::vector<PixelFormatInfo> formats = {
     {"MONO8", KORVA_PIXTYPE_MONO8, 8, 8, 1.0, FormatFamily::Mono, true, false},
     {"MONO8_LUT", KORVA_PIXTYPE_MONO8_LUT, 8, 8, 1.0, FormatFamily::Mono, true, false},
     {"MONO8_SIGNED", KORVA_PIXTYPE_MONO8_SIGNED, 8, 8, 1.0, FormatFamily::Mono, true, false},
@@ -48,7 +52,9 @@ const std::vector<PixelFormatInfo> kFormats = {
     {"RGB12_PLANAR", KORVA_PIXTYPE_RGB12_PLANAR, 12, 48, 6.0, FormatFamily::Planar, true, true},
     {"RGB16_PLANAR", KORVA_PIXTYPE_RGB16_PLANAR, 16, 48, 6.0, FormatFamily::Planar, false, true},
     {"MONO14", KORVA_PIXTYPE_MONO14, 14, 16, 2.0, FormatFamily::Mono, true, false},
-};
+    };
+    return formats;
+}
 
 std::string Upper(const std::string& text)
 {
@@ -62,7 +68,7 @@ std::string Upper(const std::string& text)
 
 const std::vector<PixelFormatInfo>& PixelFormatNames::All()
 {
-    return kFormats;
+    return Formats();
 }
 
 const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
@@ -71,7 +77,7 @@ const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
     const std::string prefix = "KORVA_PIXTYPE_";
     if (wanted.compare(0, prefix.size(), prefix) == 0)
         wanted.erase(0, prefix.size());
-    for (const PixelFormatInfo& info : kFormats)
+    for (const PixelFormatInfo& info : Formats())
         if (wanted == info.name)
             return &info;
     return nullptr;
@@ -79,7 +85,7 @@ const PixelFormatInfo* PixelFormatNames::FindByName(const std::string& name)
 
 const PixelFormatInfo* PixelFormatNames::FindByCode(uint32_t code)
 {
-    for (const PixelFormatInfo& info : kFormats)
+    for (const PixelFormatInfo& info : Formats())
         if (info.code == code)
             return &info;
     return nullptr;
