@@ -15,6 +15,11 @@ namespace {
 // The low 32 bits of a double truncated toward zero. Exact for every finite
 // value; a plain conversion would be undefined outside the target's range.
 uint32_t TruncLow32(double v) {
+    // Every row address comes through here: the usual in-range offset
+    // skips the division, with the same result.
+    if (v >= 0.0 && v < 4294967296.0) {
+        return static_cast<uint32_t>(v);
+    }
     if (!std::isfinite(v)) {
         return 0;
     }
