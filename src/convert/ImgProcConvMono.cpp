@@ -102,12 +102,14 @@ MonoRowConverter Repacker(int32_t stepX)
 // The unpacked samples of a layout never exceed its depth, so a table that
 // is the rescale up to there is all the body needs.
 template <int Shift, unsigned Mask>
-MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvRowBodies& bodies)
+MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvLutShape& shape,
+                          const sConvRowBodies& bodies)
 {
     if (!narrowDestination)
         return UnpackRow<uint16_t, Shift, Mask>;
     const ConvUnpackBody body = bodies.unpack8[Shift == 4 ? 1 : 0];
-    if (body != nullptr && row->stepX == 1 && ConvLutIsRescale8(row->lut, Shift == 4 ? 4095 : 1023, &row->rescale)) {
+    if (body != nullptr && row->stepX == 1 && shape.Rescales(0, Shift == 4 ? 4095 : 1023)) {
+        row->rescale = shape.rescale;
         row->unpack = body;
         return UnpackVectorRow<Shift, Mask>;
     }
@@ -142,7 +144,7 @@ void RowSpans(const CMemoryAccess& src, const CMemoryAccess& dst, int32_t width,
 }  // namespace
 
 bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, double srcBytePerPixel,
-                 int32_t stepX, const uint16_t* lut, KvCpuLevel level, sMonoRow* row)
+                 int32_t stepX, const uint16_t* lut, const sConvLutShape& shape, KvCpuLevel level, sMonoRow* row)
 {
     const bool narrowDestination = dstBpp <= 8;
     const sConvRowBodies& bodies = ConvRowBodies(level);
@@ -165,9 +167,9 @@ bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t
                 break;
             }
         } else if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED)) {
-            row->convert = Unpacker<2, 0x33u>(narrowDestination, row, bodies);
+            row->convert = Unpacker<2, 0x33u>(narrowDestination, row, shape, bodies);
         } else {
-            row->convert = Unpacker<4, 0xFFu>(narrowDestination, row, bodies);
+            row->convert = Unpacker<4, 0xFFu>(narrowDestination, row, shape, bodies);
         }
         return true;
     }
@@ -179,8 +181,8 @@ bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t
             row->convert = TableRow<uint8_t, uint8_t>;
         } else if (narrowDestination) {
             row->convert = TableRow<uint16_t, uint8_t>;
-            if (bodies.words8 != nullptr && stepX == 1 &&
-                ConvLutIsRescale8(lut, LargestSampleValue(srcBpp), &row->rescale)) {
+            if (bodies.words8 != nullptr && stepX == 1 && shape.Rescales(0, LargestSampleValue(srcBpp))) {
+                row->rescale = shape.rescale;
                 row->words = bodies.words8;
                 row->convert = WordsVectorRow;
             }
@@ -206,7 +208,7 @@ bool CImgProcConvMono::OnConvert()
     const int32_t width = mRectDst.Width();
     sMonoRow row;
     if (!PickMonoRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff, mpMemDst->miBppEff,
-                     mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row))
+                     mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], mpImgProc->mLutShape, KvCpuActive(), &row))
         return false;
 
     sRowSpan readSpan, writeSpan;

@@ -259,8 +259,8 @@ YuvRowConverter ColourRow(eYuvSource source)
 
 }  // namespace
 
-void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut, KvCpuLevel level,
-                sYuvRow* row)
+void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut,
+                const sConvLutShape& shape, KvCpuLevel level, sYuvRow* row)
 {
     // Any other destination, a different YUV format included, counts as
     // three-byte blue-first.
@@ -307,7 +307,7 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
                                       : source == YUV_422 ? bodies.yuv422
                                                           : bodies.yuv444;
     const ConvBytesBody body = set[redFirst ? 1 : 0][fourBytes ? 1 : 0];
-    if (body == nullptr || !ConvLutIsIdentity8(lut))
+    if (body == nullptr || !shape.identity8[0])
         return;
     row->bytes = body;
     if (redFirst)
@@ -360,7 +360,8 @@ bool CImgProcConvYUV::OnConvert()
     const int32_t width = mRectDst.Width();
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     sYuvRow row;
-    PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row);
+    PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], mpImgProc->mLutShape,
+               KvCpuActive(), &row);
     sRowSpan readSpan, writeSpan;
     RowSpans(mpMemSrc->miPixelFormat, mpMemSrc->miPixelFormat == mpMemDst->miPixelFormat, width,
              row.dstStep / row.unit, row.unit, readSpan, writeSpan);
