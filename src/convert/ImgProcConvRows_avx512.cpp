@@ -191,8 +191,9 @@ inline __m512i Rescale(__m512i v, __m512i mul, __m512i add, __m128i shift)
     return _mm512_srl_epi16(_mm512_add_epi16(_mm512_mulhi_epu16(v, mul), add), shift);
 }
 
-int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
-               const uint16_t* lut)
+// Any form, a vector at a time: a vector with a word above max is looked up.
+int32_t WordsChecked(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                     const uint16_t* lut)
 {
     const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
     const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
@@ -220,6 +221,59 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
         _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, bytes));
     }
     return x;
+}
+
+// The two rescale forms that most depths use, in fewer steps:
+// ((t + 1) >> 1) is the rounding average of t and 0, and for the 16-bit form
+// (t + 128) >> 8 is the high byte of t + 128 (never above 65535).
+enum eWordsForm { HALVED, HIGH_BYTE };
+
+template <eWordsForm Form>
+int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                  const uint16_t* lut)
+{
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m512i zero = _mm512_setzero_si512();
+    unsigned char pick[64];
+    for (int j = 0; j < 64; ++j)
+        pick[j] = static_cast<unsigned char>(2 * j + (Form == HIGH_BYTE ? 1 : 0));
+    const __m512i vpick = Table(pick);
+    // Words above a 2^k - 1 depth show as bits outside it; ORed over the
+    // row and looked at once at its end (the 16-bit depth has none).
+    __m512i seen = zero;
+    int32_t x = 0;
+    for (; NextStep(x, count, 64, 64); x += 64) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        if (Form != HIGH_BYTE)
+            seen = _mm512_ternarylogic_epi32(seen, a, b, 0xFE);
+        __m512i lo = _mm512_mulhi_epu16(a, mul), hi = _mm512_mulhi_epu16(b, mul);
+        if (Form == HIGH_BYTE) {
+            lo = _mm512_add_epi16(lo, add);
+            hi = _mm512_add_epi16(hi, add);
+        } else {
+            lo = _mm512_avg_epu16(lo, zero);
+            hi = _mm512_avg_epu16(hi, zero);
+        }
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(lo, vpick, hi));
+    }
+    if (Form != HIGH_BYTE &&
+        _mm512_test_epi16_mask(seen, _mm512_set1_epi16(static_cast<short>(~r.max))) != 0)
+        return WordsChecked(src, dst, count, r, lut);
+    return x;
+}
+
+int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+               const uint16_t* lut)
+{
+    const bool depthMask = (r.max & (r.max + 1u)) == 0;
+    if (r.add == 128 && r.shift == 8 && r.max == 65535)
+        return WordsFast<HIGH_BYTE>(src, dst, count, r, lut);
+    if (r.add == 1 && r.shift == 1 && depthMask)
+        return WordsFast<HALVED>(src, dst, count, r, lut);
+    return WordsChecked(src, dst, count, r, lut);
 }
 
 // --- packed mono ----------------------------------------------------------------
