@@ -39,45 +39,57 @@ inline __m512i Table(const unsigned char (&b)[64])
 
 // --- grey -------------------------------------------------------------------
 
-// Sixteen pixels of three bytes into words 0..15 = 3 a + 6 b and 16..31 = c.
-inline __m512i GreyHalves(const unsigned char* s, __m512i pick, __m512i weight)
-{
-    const __m512i v =
-        _mm512_maskz_permutexvar_epi8(0x5555555500000000ull | 0xFFFFFFFFull, pick, _mm512_loadu_si512(s));
-    return _mm512_maddubs_epi16(v, weight);
-}
+// Words 3 r + 6 g + b of the 32 three-byte pixels that start byte `from`
+// (0 or 32) of the register pair lo:hi.
+struct sGreyPick {
+    unsigned char pair[2][64];  // r, g of each pixel
+    unsigned char last[2][64];  // b of each pixel, in the low byte of its word
+    sGreyPick()
+    {
+        for (int h = 0; h < 2; ++h)
+            for (int p = 0; p < 32; ++p) {
+                const int at = 32 * h + 3 * p;
+                pair[h][2 * p] = static_cast<unsigned char>(at);
+                pair[h][2 * p + 1] = static_cast<unsigned char>(at + 1);
+                last[h][2 * p] = static_cast<unsigned char>(at + 2);
+                last[h][2 * p + 1] = 0;
+            }
+    }
+};
 
-inline __m512i GreySums(const unsigned char* s, __m512i pick, __m512i weight)
+inline __m512i GreySum(__m512i lo, __m512i hi, __m512i pair, __m512i last, __m512i weight)
 {
-    const __m512i m0 = GreyHalves(s, pick, weight);
-    const __m512i m1 = GreyHalves(s + 48, pick, weight);
-    return _mm512_add_epi16(_mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(1, 0, 1, 0)),
-                            _mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(3, 2, 3, 2)));
+    const __m512i rg = _mm512_maddubs_epi16(_mm512_permutex2var_epi8(lo, pair, hi), weight);
+    return _mm512_add_epi16(rg, _mm512_maskz_permutex2var_epi8(0x5555555555555555ull, lo, last, hi));
 }
 
 int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    unsigned char pick[64], weight[64];
-    for (int j = 0; j < 64; ++j) {
-        const int p = j < 32 ? j / 2 : (j - 32) / 2;
-        pick[j] = static_cast<unsigned char>(j < 32 ? 3 * p + (j & 1) : 3 * p + 2);
-        weight[j] = static_cast<unsigned char>(j < 32 ? ((j & 1) ? 6 : 3) : ((j & 1) ? 0 : 1));
-    }
-    const __m512i vpick = Table(pick), vweight = Table(weight);
+    static const sGreyPick pick;
+    const __m512i pair0 = Table(pick.pair[0]), last0 = Table(pick.last[0]);
+    const __m512i pair1 = Table(pick.pair[1]), last1 = Table(pick.last[1]);
+    const __m512i weight = _mm512_set1_epi16(0x0603);
     const __m512i tenth = _mm512_set1_epi16(kTenth);
-    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
+    unsigned char even[64];
+    for (int j = 0; j < 64; ++j)
+        even[j] = static_cast<unsigned char>(2 * j);
+    const __m512i evenBytes = Table(even);
     int32_t x = 0;
-    // Whole-register loads, cheaper than masked ones, take 48 bytes each and
-    // reach 16 further: 70 and 38 pixels of room.
-    for (; x + 70 <= width; x += 64) {
+    // 64 pixels from three whole registers, nothing read beyond them.
+    for (; x + 64 <= width; x += 64) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
-        const __m512i a = _mm512_mulhi_epu16(GreySums(s, vpick, vweight), tenth);
-        const __m512i b = _mm512_mulhi_epu16(GreySums(s + 96, vpick, vweight), tenth);
-        _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, _mm512_packus_epi16(a, b)));
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        const __m512i g0 = _mm512_mulhi_epu16(GreySum(a, b, pair0, last0, weight), tenth);
+        const __m512i g1 = _mm512_mulhi_epu16(GreySum(b, c, pair1, last1, weight), tenth);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(g0, evenBytes, g1));
     }
-    for (; NextStep(x, width, 38, 32); x += 32) {
-        const __m512i a = _mm512_mulhi_epu16(GreySums(src + 3 * static_cast<std::ptrdiff_t>(x), vpick, vweight), tenth);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(a));
+    // 32 pixels from two registers: 128 bytes, 43 pixels of room.
+    for (; NextStep(x, width, 43, 32); x += 32) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i g = GreySum(_mm512_loadu_si512(s), _mm512_loadu_si512(s + 64), pair0, last0, weight);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(_mm512_mulhi_epu16(g, tenth)));
     }
     return x;
 }
