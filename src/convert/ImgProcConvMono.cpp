@@ -214,11 +214,16 @@ bool CImgProcConvMono::OnConvert()
     sRowSpan readSpan, writeSpan;
     RowSpans(*mpMemSrc, *mpMemDst, width, miStepX, readSpan, writeSpan);
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
+    const uint32_t top = static_cast<uint32_t>(mRectSrc.top);
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
-    for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, mRectSrc.top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               KvWrap32(static_cast<uint32_t>(miStepY) * top +
+                                                        static_cast<uint32_t>(miDstStartY)),
+                                               miStepY);
+    for (uint32_t y = top; y < bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
+        unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
         // A missing row ends the run; what was written stays and the run
         // still counts as done.
         if (dst == nullptr || src == nullptr)

@@ -426,9 +426,13 @@ bool CImgProcConvRGB::OnConvert()
     mRowGuard.Begin(*mpMemSrc, *mpMemDst,
                     CRowGuard::Span(width, 1, PackedReadBytes(mpMemSrc->miPixelFormat, mpMemSrc->miBppEff)),
                     CRowGuard::Span(width, miStepX, context.dstPixel));
-    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
+    const int32_t top = mRectSrc.top;
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               DstRow(miStepY, top, miDstStartY), miStepY);
+    for (int32_t y = top; y < mRectSrc.bottom; ++y) {
+        unsigned char* dst =
+            even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, y, 0);
         if (dst == nullptr || src == nullptr)
             return true;
         if (row == nullptr)

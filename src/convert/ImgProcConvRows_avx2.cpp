@@ -349,7 +349,7 @@ struct sColourStore {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const int32_t even = width & ~1;
     int32_t x = 0;
     for (; NextStep(x, even, 16, 16); x += 16) {
@@ -384,7 +384,7 @@ template <int Red, int Blue, int Bytes>
 int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     static const sYuv444Pick pick;
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const __m256i neutral = _mm256_set1_epi16(127);
     int32_t x = 0;
     for (; NextStep(x, width, 16, 16); x += 16) {
@@ -422,7 +422,7 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
     const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
     const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const __m256i neutral = _mm256_set1_epi16(127);
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
     const int32_t whole = width & ~3;

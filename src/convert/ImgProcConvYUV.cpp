@@ -368,11 +368,16 @@ bool CImgProcConvYUV::OnConvert()
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
 
     // Rows are counted signed: an empty or inverted rectangle visits none.
-    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
+    const int32_t top = mRectSrc.top;
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(top) +
+                                                        static_cast<uint32_t>(miDstStartY)),
+                                               miStepY);
+    for (int32_t y = top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
                                     static_cast<uint32_t>(miDstStartY));
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
+        unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, y, 0);
         // A missing row ends the run; the rows written so far stay.
         if (dst == nullptr || src == nullptr)
             return true;
