@@ -55,6 +55,9 @@ struct sConvRowBodies {
     // multiple of four.
     ConvBytesBody yuv444[2][2];
     ConvBytesBody yuv411[2][2];
+    // YUV to grey with an identity table: the luma bytes. Index: 4:1:1,
+    // 4:2:2, 4:4:4; the subsampled ones return a multiple of four.
+    ConvBytesBody yuvGrey[3];
 };
 
 // The bodies of one level; every entry of the baseline set is null, and a

@@ -452,6 +452,59 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
+// --- YUV to grey: the luma bytes --------------------------------------------------
+
+int32_t Grey422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 32, 32); x += 32) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m256i luma = _mm256_packus_epi16(_mm256_srli_epi16(Loadu(s), 8), _mm256_srli_epi16(Loadu(s + 32), 8));
+        Storeu(dst + x, _mm256_permute4x64_epi64(luma, _MM_SHUFFLE(3, 1, 2, 0)));
+    }
+    return x & ~3;
+}
+
+// 16 pixels: two groups a lane from the windows at 0 and 12; 28 bytes read,
+// 20 pixels of room.
+int32_t Grey411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kLuma[16] = {1, 2, 4, 5, 7, 8, 10, 11, -1, -1, -1, -1, -1, -1, -1, -1};
+    const __m256i pick = Lanes(kLuma);
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; NextStep(x, whole, 20, 16); x += 16) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x / 4);
+        const __m256i luma = _mm256_shuffle_epi8(Loadu2(s, s + 12), pick);
+        Store128(dst + x, _mm256_castsi256_si128(_mm256_permute4x64_epi64(luma, _MM_SHUFFLE(3, 1, 2, 0))));
+    }
+    return x;
+}
+
+// 16 pixels from three 16-byte loads.
+int32_t Grey444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    signed char pick[3][16];
+    for (int k = 0; k < 3; ++k)
+        for (int j = 0; j < 16; ++j) {
+            const int at = 3 * j + 1 - 16 * k;
+            pick[k][j] = static_cast<signed char>(at >= 0 && at < 16 ? at : -1);
+        }
+    __m128i p[3];
+    for (int k = 0; k < 3; ++k)
+        p[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pick[k]));
+    int32_t x = 0;
+    for (; NextStep(x, width, 16, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        __m128i luma = _mm_setzero_si128();
+        for (int k = 0; k < 3; ++k)
+            luma = _mm_or_si128(luma, _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * k)), p[k]));
+        Store128(dst + x, luma);
+    }
+    return x;
+}
+
 }  // namespace
 }  // namespace convrows_avx2
 
@@ -484,4 +537,7 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;
     b->yuv411[1][1] = Yuv411<0, 2, 4>;
+    b->yuvGrey[0] = Grey411;
+    b->yuvGrey[1] = Grey422;
+    b->yuvGrey[2] = Grey444;
 }

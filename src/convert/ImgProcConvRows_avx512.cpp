@@ -497,6 +497,66 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
+// --- YUV to grey: the luma bytes --------------------------------------------------
+
+// Byte j of the result is byte from(j) of the 128 bytes lo:hi.
+template <typename From>
+__m512i PickTable(From from)
+{
+    unsigned char t[64];
+    for (int j = 0; j < 64; ++j)
+        t[j] = static_cast<unsigned char>(from(j));
+    return Table(t);
+}
+
+int32_t Grey422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i odd = PickTable([](int j) { return 2 * j + 1; });
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 64, 64); x += 64) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(_mm512_loadu_si512(s), odd, _mm512_loadu_si512(s + 64)));
+    }
+    return x & ~3;
+}
+
+// 64 pixels from the 96 bytes of 16 groups: registers at 0 and 32.
+int32_t Grey411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i luma = PickTable([](int j) {
+        static const int kLuma[4] = {1, 2, 4, 5};
+        const int at = 6 * (j / 4) + kLuma[j % 4];
+        return at < 64 ? at : 64 + at - 32;
+    });
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; NextStep(x, whole, 64, 64); x += 64) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x / 4);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(_mm512_loadu_si512(s), luma, _mm512_loadu_si512(s + 32)));
+    }
+    return x;
+}
+
+// 64 pixels from three registers: two permutes of two registers each.
+int32_t Grey444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i first = PickTable([](int j) { return j < 42 ? 3 * j + 1 : 0; });
+    const __m512i second = PickTable([](int j) { return j < 42 ? 0 : 3 * j + 1 - 64; });
+    const __mmask64 fromSecond = ~((__mmask64(1) << 42) - 1);
+    int32_t x = 0;
+    for (; NextStep(x, width, 64, 64); x += 64) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        const __m512i lo = _mm512_permutex2var_epi8(a, first, b);
+        const __m512i hi = _mm512_permutex2var_epi8(b, second, c);
+        _mm512_storeu_si512(dst + x, _mm512_mask_blend_epi8(fromSecond, lo, hi));
+    }
+    return x;
+}
+
 }  // namespace
 }  // namespace convrows_avx512
 
@@ -526,4 +586,7 @@ void ConvRowBodiesAvx512(sConvRowBodies* b)
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;
     b->yuv411[1][1] = Yuv411<0, 2, 4>;
+    b->yuvGrey[0] = Grey411;
+    b->yuvGrey[1] = Grey422;
+    b->yuvGrey[2] = Grey444;
 }

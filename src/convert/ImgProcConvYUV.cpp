@@ -229,6 +229,17 @@ void Yuv411ToColourVector(const unsigned char* src, unsigned char* dst, int32_t 
                                      width - done, row);
 }
 
+// With an identity table grey is the luma bytes, which the bodies gather.
+template <eYuvSource Source>
+void YuvToGreyVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    const std::ptrdiff_t read = Source == YUV_411 ? 6 * static_cast<std::ptrdiff_t>(done / 4)
+                                                  : (Source == YUV_422 ? 2 : 3) * static_cast<std::ptrdiff_t>(done);
+    const YuvRowConverter rest = Source == YUV_411 ? Yuv411ToGrey : Source == YUV_422 ? Yuv422ToGrey : Yuv444ToGrey;
+    rest(src + read, dst + done, width - done, row);
+}
+
 template <int Red, int Blue, int Bytes>
 YuvRowConverter VectorRow(eYuvSource source)
 {
@@ -299,15 +310,25 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
     row->lut = lut;
     row->bytes = nullptr;
 
-    // Colour rows walking forward, one pixel a step, have vector bodies.
-    if (grey || srcFormat == dstFormat || row->dstStep != unit)
+    // Grey and colour rows walking forward, one pixel a step, have vector
+    // bodies.
+    if (srcFormat == dstFormat || row->dstStep != unit || !shape.identity8[0])
         return;
     const sConvRowBodies& bodies = ConvRowBodies(level);
+    if (grey) {
+        static const YuvRowConverter greyVector[] = {YuvToGreyVector<YUV_411>, YuvToGreyVector<YUV_422>,
+                                                     YuvToGreyVector<YUV_444>};
+        if (bodies.yuvGrey[source] != nullptr) {
+            row->bytes = bodies.yuvGrey[source];
+            row->convert = greyVector[source];
+        }
+        return;
+    }
     const ConvBytesBody(&set)[2][2] = source == YUV_411   ? bodies.yuv411
                                       : source == YUV_422 ? bodies.yuv422
                                                           : bodies.yuv444;
     const ConvBytesBody body = set[redFirst ? 1 : 0][fourBytes ? 1 : 0];
-    if (body == nullptr || !shape.identity8[0])
+    if (body == nullptr)
         return;
     row->bytes = body;
     if (redFirst)

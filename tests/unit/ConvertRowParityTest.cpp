@@ -145,6 +145,10 @@ std::vector<RowCase> RowCases()
             cases.push_back({"yuv to colour", 1.5 + 0.5 * k + (k == 2 ? 0.5 : 0), sBytes, 255, 255,
                              [=](L l, const Tables& t) { return Yuv(yuv[k], s, l, t); }});
     }
+    const uint32_t yuv[] = {KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV444_PACKED};
+    for (int k = 0; k < 3; ++k)
+        cases.push_back({"yuv to grey", 1.5 + 0.5 * k + (k == 2 ? 0.5 : 0), 1, 255, 255,
+                         [=](L l, const Tables& t) { return Yuv(yuv[k], KORVA_PIXTYPE_MONO8, l, t); }});
     for (int bpp : {10, 12}) {
         const uint32_t rgb = bpp == 10 ? KORVA_PIXTYPE_RGB10_PACKED : KORVA_PIXTYPE_RGB12_PACKED;
         cases.push_back({"rgb words to bytes", 6, 3, (1 << bpp) - 1, 255, [=](L l, const Tables& t) {
