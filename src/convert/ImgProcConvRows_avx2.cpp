@@ -289,8 +289,16 @@ inline __m256i Unpack(__m256i words)
     return _mm256_or_si256(high, low);
 }
 
-template <int Shift>
-int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+// The rescale, or for the halved form ((t + 1) >> 1) as the rounding
+// average of t and 0.
+template <bool Halved>
+inline __m256i Scale(__m256i v, __m256i mul, __m256i add, __m128i shift)
+{
+    return Halved ? _mm256_avg_epu16(_mm256_mulhi_epu16(v, mul), _mm256_setzero_si256()) : Rescale(v, mul, add, shift);
+}
+
+template <int Shift, bool Halved>
+int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
     static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
     const __m256i pick = Lanes(kPick);
@@ -303,10 +311,17 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m256i a = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick));
         const __m256i b = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick));
-        const __m256i bytes = _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        const __m256i bytes = _mm256_packus_epi16(Scale<Halved>(a, mul, add, shift), Scale<Halved>(b, mul, add, shift));
         Storeu(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)));
     }
     return g;
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    return r.add == 1 && r.shift == 1 ? UnpackScaled<Shift, true>(src, dst, groups, r)
+                                       : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
 // --- 4:2:2 to colour ---------------------------------------------------------------

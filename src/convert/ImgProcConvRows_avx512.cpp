@@ -301,8 +301,16 @@ inline __m512i Unpack(__m512i words)
     return _mm512_or_si512(high, low);
 }
 
-template <int Shift>
-int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+// The rescale, or for the halved form ((t + 1) >> 1) as the rounding
+// average of t and 0.
+template <bool Halved>
+inline __m512i Scale(__m512i v, __m512i mul, __m512i add, __m128i shift)
+{
+    return Halved ? _mm512_avg_epu16(_mm512_mulhi_epu16(v, mul), _mm512_setzero_si512()) : Rescale(v, mul, add, shift);
+}
+
+template <int Shift, bool Halved>
+int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
     unsigned char pick[64];
     for (int j = 0; j < 64; ++j) {
@@ -321,10 +329,17 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m512i a = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s)));
         const __m512i b = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s + 48)));
-        const __m512i bytes = _mm512_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        const __m512i bytes = _mm512_packus_epi16(Scale<Halved>(a, mul, add, shift), Scale<Halved>(b, mul, add, shift));
         _mm512_storeu_si512(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm512_permutexvar_epi64(order, bytes));
     }
     return g;
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    return r.add == 1 && r.shift == 1 ? UnpackScaled<Shift, true>(src, dst, groups, r)
+                                       : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
 // --- 4:2:2 to colour ---------------------------------------------------------------
