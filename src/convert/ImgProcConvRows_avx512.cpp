@@ -32,6 +32,24 @@ inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
     return true;
 }
 
+// Loads that split cache lines cost more than redoing a few pixels: the
+// first pixel after pixel 0 whose `Bytes`-byte pixels start on a line, so
+// that steps of 64 pixels from there load whole lines; 0 where none does.
+// (For three bytes, 3 x = -p mod 64 is x = 43 * -p, as 3 * 43 = 1 mod 64.)
+template <int Bytes>
+inline int32_t LineStart(const unsigned char* p)
+{
+    const unsigned misalign = static_cast<unsigned>(-reinterpret_cast<uintptr_t>(p)) & 63u;
+    unsigned x = 0;
+    if (Bytes == 3)
+        x = (43u * misalign) & 63u;
+    else if (misalign % Bytes == 0)
+        x = misalign / Bytes;
+    else
+        return 0;
+    return x == 0 ? 64 : static_cast<int32_t>(x);
+}
+
 inline __m512i Table(const unsigned char (&b)[64])
 {
     return _mm512_loadu_si512(b);
@@ -74,9 +92,8 @@ int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
     for (int j = 0; j < 64; ++j)
         even[j] = static_cast<unsigned char>(2 * j);
     const __m512i evenBytes = Table(even);
-    int32_t x = 0;
     // 64 pixels from three whole registers, nothing read beyond them.
-    for (; x + 64 <= width; x += 64) {
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
         const __m512i a = _mm512_loadu_si512(s);
         const __m512i b = _mm512_loadu_si512(s + 64);
@@ -84,7 +101,12 @@ int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
         const __m512i g0 = _mm512_mulhi_epu16(GreySum(a, b, pair0, last0, weight), tenth);
         const __m512i g1 = _mm512_mulhi_epu16(GreySum(b, c, pair1, last1, weight), tenth);
         _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(g0, evenBytes, g1));
-    }
+    };
+    int32_t x = 0;
+    if (width >= 128 && (x = LineStart<3>(src)) != 0)
+        step(0);
+    for (; NextStep(x, width, 64, 64); x += 64)
+        step(x);
     // 32 pixels from two registers: 128 bytes, 43 pixels of room.
     for (; NextStep(x, width, 43, 32); x += 32) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
@@ -178,8 +200,7 @@ int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
         opaque[k] = Table(t.opaque[k]);
         third[k] = Table(t.third[k]);
     }
-    int32_t x = 0;
-    for (; NextStep(x, width, 64, 64); x += 64) {
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + Src * static_cast<std::ptrdiff_t>(x);
         unsigned char* d = dst + Dst * static_cast<std::ptrdiff_t>(x);
         __m512i in[Src];
@@ -192,7 +213,12 @@ int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
                 v = _mm512_mask_permutexvar_epi8(v, t.fromThird[k], third[k], in[f + 2 < Src ? f + 2 : f]);
             _mm512_storeu_si512(d + 64 * k, Src == 4 && Dst == 4 ? v : _mm512_or_si512(v, opaque[k]));
         }
-    }
+    };
+    int32_t x = 0;
+    if (width >= 128 && (x = LineStart<Src>(src)) != 0)
+        step(0);
+    for (; NextStep(x, width, 64, 64); x += 64)
+        step(x);
     return x;
 }
 
@@ -254,8 +280,7 @@ int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, c
     // Words above a 2^k - 1 depth show as bits outside it; ORed over the
     // row and looked at once at its end (the 16-bit depth has none).
     __m512i seen = zero;
-    int32_t x = 0;
-    for (; NextStep(x, count, 64, 64); x += 64) {
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
         const __m512i a = _mm512_loadu_si512(s);
         const __m512i b = _mm512_loadu_si512(s + 64);
@@ -270,7 +295,12 @@ int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, c
             hi = _mm512_avg_epu16(hi, zero);
         }
         _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(lo, vpick, hi));
-    }
+    };
+    int32_t x = 0;
+    if (count >= 128 && (x = LineStart<2>(src)) != 0)
+        step(0);
+    for (; NextStep(x, count, 64, 64); x += 64)
+        step(x);
     if (Form != HIGH_BYTE &&
         _mm512_test_epi16_mask(seen, _mm512_set1_epi16(static_cast<short>(~r.max))) != 0)
         return WordsChecked(src, dst, count, r, lut);
