@@ -29,6 +29,16 @@ inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
     return true;
 }
 
+// The first pixel whose `Bytes`-byte pixels start a 32-byte half line, from
+// which 32-byte loads never split a cache line; 0 where that is pixel 0 or
+// none does. The caller does one step at pixel 0 first where it is not.
+template <int Bytes>
+inline int32_t HalfLineStart(const unsigned char* p)
+{
+    const unsigned misalign = static_cast<unsigned>(-reinterpret_cast<uintptr_t>(p)) & 31u;
+    return misalign % Bytes == 0 ? static_cast<int32_t>(misalign / Bytes) : 0;
+}
+
 inline __m256i Loadu(const unsigned char* p)
 {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -240,8 +250,7 @@ int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, c
     // Words above a 2^k - 1 depth show as bits outside it; ORed over the
     // row and looked at once at its end.
     __m256i seen = zero;
-    int32_t x = 0;
-    for (; NextStep(x, count, 32, 32); x += 32) {
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
         const __m256i a = Loadu(s);
         const __m256i b = Loadu(s + 32);
@@ -255,7 +264,12 @@ int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, c
             hi = _mm256_avg_epu16(hi, zero);
         }
         Storeu(dst + x, _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0)));
-    }
+    };
+    int32_t x = 0;
+    if (count >= 64 && (x = HalfLineStart<2>(src)) != 0)
+        step(0);
+    for (; NextStep(x, count, 32, 32); x += 32)
+        step(x);
     const __m256i outside = _mm256_set1_epi16(static_cast<short>(~r.max));
     if (Form != SIXTEEN && !_mm256_testz_si256(seen, outside))
         return WordsChecked(src, dst, count, r, lut);

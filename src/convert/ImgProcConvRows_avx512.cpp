@@ -33,21 +33,18 @@ inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
 }
 
 // Loads that split cache lines cost more than redoing a few pixels: the
-// first pixel after pixel 0 whose `Bytes`-byte pixels start on a line, so
-// that steps of 64 pixels from there load whole lines; 0 where none does.
+// first pixel whose `Bytes`-byte pixels start on a line, so that steps of
+// 64 pixels (or of any whole number of lines) from there load whole lines;
+// 0 where that is pixel 0 or no pixel starts one. The caller does one step
+// at pixel 0 first where it is not.
 // (For three bytes, 3 x = -p mod 64 is x = 43 * -p, as 3 * 43 = 1 mod 64.)
 template <int Bytes>
 inline int32_t LineStart(const unsigned char* p)
 {
     const unsigned misalign = static_cast<unsigned>(-reinterpret_cast<uintptr_t>(p)) & 63u;
-    unsigned x = 0;
     if (Bytes == 3)
-        x = (43u * misalign) & 63u;
-    else if (misalign % Bytes == 0)
-        x = misalign / Bytes;
-    else
-        return 0;
-    return x == 0 ? 64 : static_cast<int32_t>(x);
+        return static_cast<int32_t>((43u * misalign) & 63u);
+    return misalign % Bytes == 0 ? static_cast<int32_t>(misalign / Bytes) : 0;
 }
 
 inline __m512i Table(const unsigned char (&b)[64])
@@ -447,12 +444,17 @@ int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     static const sColourStore<Red, Blue, PixelBytes> out;
     const int32_t even = width & ~1;
-    int32_t x = 0;
-    for (; NextStep(x, even, 32, 32); x += 32) {
+    auto step = [&](int32_t x) {
         __m512i red, green, blue;
         Yuv422Colours(_mm512_loadu_si512(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
         out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
-    }
+    };
+    // Steps start on a line where that is a whole group.
+    int32_t x = 0;
+    if (even >= 64 && (x = LineStart<4>(src) * 2) != 0)
+        step(0);
+    for (; NextStep(x, even, 32, 32); x += 32)
+        step(x);
     return x & ~3;  // the portable loop redoes a last half block whole
 }
 
