@@ -22,6 +22,7 @@ typedef std::function<void(const unsigned char* src, unsigned char* dst, int32_t
 struct Tables {
     std::vector<uint16_t> t[3];
     const uint16_t* p[3];
+    sConvLutShape shape;
     Tables(int srcBits, int dstBits)
     {
         const int srcMax = srcBits <= 8 ? 255 : (1 << srcBits) - 1;
@@ -32,6 +33,7 @@ struct Tables {
                 t[c][i] = static_cast<uint16_t>(static_cast<int>(static_cast<double>(i) / srcMax * dstMax + 0.5));
             p[c] = t[c].data();
         }
+        shape = ConvLutShapeOf(p, srcMax);
     }
 };
 
@@ -44,21 +46,21 @@ struct RowCase {
 Row Mono(int s, int d, int bits, double factor, KvCpuLevel level, const Tables& t)
 {
     sMonoRow row;
-    PickMonoRow(s, d, bits, 8, factor, 1, t.p[0], level, &row);
+    PickMonoRow(s, d, bits, 8, factor, 1, t.p[0], t.shape, level, &row);
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
 
 Row Rgb(int s, int d, int bits, KvCpuLevel level, const Tables& t)
 {
     sRgbRow row;
-    PickRgbRow(s, d, bits, 8, 1, t.p, 0, level, &row);
+    PickRgbRow(s, d, bits, 8, 1, t.p, t.shape, 0, level, &row);
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
 
 Row Yuv(int s, int d, KvCpuLevel level, const Tables& t)
 {
     sYuvRow row;
-    PickYuvRow(s, d, 1, t.p[0], level, &row);
+    PickYuvRow(s, d, 1, t.p[0], t.shape, level, &row);
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
 

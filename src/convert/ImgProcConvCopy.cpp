@@ -76,11 +76,16 @@ bool CImgProcConvCopy::OnConvert()
     const bool byteSource = mpMemSrc->mdBytePerPixel == 1.0;
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, CRowGuard::Span(count, 1, byteSource ? 1 : 2),
                     CRowGuard::Span(count, miStepX, byteSource || mpMemSrc->miBppEff <= 8 ? 1 : 2));
+    const uint32_t top = static_cast<uint32_t>(mRectSrc.top);
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
-    for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, mRectSrc.top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               KvWrap32(static_cast<uint32_t>(miStepY) * top +
+                                                        static_cast<uint32_t>(miDstStartY)),
+                                               miStepY);
+    for (uint32_t y = top; y < bottom; ++y) {
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
         // Equal regions make a missing row impossible after Convert's checks;
         // should one turn up anyway it is left alone rather than written
         // through null.

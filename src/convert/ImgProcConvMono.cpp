@@ -102,12 +102,14 @@ MonoRowConverter Repacker(int32_t stepX)
 // The unpacked samples of a layout never exceed its depth, so a table that
 // is the rescale up to there is all the body needs.
 template <int Shift, unsigned Mask>
-MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvRowBodies& bodies)
+MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvLutShape& shape,
+                          const sConvRowBodies& bodies)
 {
     if (!narrowDestination)
         return UnpackRow<uint16_t, Shift, Mask>;
     const ConvUnpackBody body = bodies.unpack8[Shift == 4 ? 1 : 0];
-    if (body != nullptr && row->stepX == 1 && ConvLutIsRescale8(row->lut, Shift == 4 ? 4095 : 1023, &row->rescale)) {
+    if (body != nullptr && row->stepX == 1 && shape.Rescales(0, Shift == 4 ? 4095 : 1023)) {
+        row->rescale = shape.rescale;
         row->unpack = body;
         return UnpackVectorRow<Shift, Mask>;
     }
@@ -142,7 +144,7 @@ void RowSpans(const CMemoryAccess& src, const CMemoryAccess& dst, int32_t width,
 }  // namespace
 
 bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, double srcBytePerPixel,
-                 int32_t stepX, const uint16_t* lut, KvCpuLevel level, sMonoRow* row)
+                 int32_t stepX, const uint16_t* lut, const sConvLutShape& shape, KvCpuLevel level, sMonoRow* row)
 {
     const bool narrowDestination = dstBpp <= 8;
     const sConvRowBodies& bodies = ConvRowBodies(level);
@@ -165,9 +167,9 @@ bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t
                 break;
             }
         } else if (Is(srcFormat, KORVA_PIXTYPE_MONO10_PACKED)) {
-            row->convert = Unpacker<2, 0x33u>(narrowDestination, row, bodies);
+            row->convert = Unpacker<2, 0x33u>(narrowDestination, row, shape, bodies);
         } else {
-            row->convert = Unpacker<4, 0xFFu>(narrowDestination, row, bodies);
+            row->convert = Unpacker<4, 0xFFu>(narrowDestination, row, shape, bodies);
         }
         return true;
     }
@@ -179,8 +181,8 @@ bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t
             row->convert = TableRow<uint8_t, uint8_t>;
         } else if (narrowDestination) {
             row->convert = TableRow<uint16_t, uint8_t>;
-            if (bodies.words8 != nullptr && stepX == 1 &&
-                ConvLutIsRescale8(lut, LargestSampleValue(srcBpp), &row->rescale)) {
+            if (bodies.words8 != nullptr && stepX == 1 && shape.Rescales(0, LargestSampleValue(srcBpp))) {
+                row->rescale = shape.rescale;
                 row->words = bodies.words8;
                 row->convert = WordsVectorRow;
             }
@@ -206,17 +208,22 @@ bool CImgProcConvMono::OnConvert()
     const int32_t width = mRectDst.Width();
     sMonoRow row;
     if (!PickMonoRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff, mpMemDst->miBppEff,
-                     mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row))
+                     mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], mpImgProc->mLutShape, KvCpuActive(), &row))
         return false;
 
     sRowSpan readSpan, writeSpan;
     RowSpans(*mpMemSrc, *mpMemDst, width, miStepX, readSpan, writeSpan);
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
+    const uint32_t top = static_cast<uint32_t>(mRectSrc.top);
     const uint32_t bottom = static_cast<uint32_t>(mRectSrc.bottom);
-    for (uint32_t y = static_cast<uint32_t>(mRectSrc.top); y < bottom; ++y) {
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, mRectSrc.top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               KvWrap32(static_cast<uint32_t>(miStepY) * top +
+                                                        static_cast<uint32_t>(miDstStartY)),
+                                               miStepY);
+    for (uint32_t y = top; y < bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
+        unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, KvWrap32(y), 0);
         // A missing row ends the run; what was written stays and the run
         // still counts as done.
         if (dst == nullptr || src == nullptr)

@@ -23,7 +23,8 @@ struct sMonoRow {
 // The row for a format pair at an instruction level; false for a source the
 // converter does not serve.
 bool PickMonoRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, double srcBytePerPixel,
-                 int32_t stepX, const uint16_t* lut, KvCpuLevel level, sMonoRow* row);
+                 int32_t stepX, const uint16_t* lut, const sConvLutShape& shape, KvCpuLevel level,
+                 sMonoRow* row);
 
 class CImgProcConvMono : public CImgProcConv {
 public:

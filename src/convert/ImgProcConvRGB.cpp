@@ -266,9 +266,10 @@ void WordsVectorRow(const unsigned char* src, unsigned char* dst, int32_t width,
 
 // Replaces a portable row by its vector form where the level has a body and
 // the tables have the shape the body computes.
-RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvRowBodies& bodies, int32_t srcBpp)
+RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvLutShape& shape, const sConvRowBodies& bodies,
+                          int32_t srcBpp)
 {
-    const bool identity = ConvLutIsIdentity8(c->lut0) && ConvLutIsIdentity8(c->lut1) && ConvLutIsIdentity8(c->lut2);
+    const bool identity = shape.identity8[0] && shape.identity8[1] && shape.identity8[2];
     struct sBytesForm {
         RgbRowFunction portable;
         ConvBytesBody body;
@@ -299,9 +300,8 @@ RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvRowBodies& 
     }
     if (row == &ColourRow<WORD, BYTE, 6, false, FOURTH_NONE> && bodies.words8 != nullptr) {
         const int32_t srcMax = LargestSampleValue(srcBpp);
-        sConvRescale r1, r2;
-        if (ConvLutIsRescale8(c->lut0, srcMax, &c->rescale) && ConvLutIsRescale8(c->lut1, srcMax, &r1) &&
-            ConvLutIsRescale8(c->lut2, srcMax, &r2)) {
+        if (shape.Rescales(0, srcMax) && shape.Rescales(1, srcMax) && shape.Rescales(2, srcMax)) {
+            c->rescale = shape.rescale;
             c->words = bodies.words8;
             return &WordsVectorRow;
         }
@@ -373,7 +373,8 @@ int64_t PackedReadBytes(uint32_t srcFormat, int32_t srcBpp)
 }  // namespace
 
 void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int32_t stepX,
-                const WORD* const lut[3], uintptr_t planeDistance, KvCpuLevel level, sRgbRow* c)
+                const WORD* const lut[3], const sConvLutShape& shape, uintptr_t planeDistance, KvCpuLevel level,
+                sRgbRow* c)
 {
     int dstPixel = 0;
     c->lut0 = lut[0];
@@ -387,7 +388,7 @@ void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t 
     c->dstStep = static_cast<ptrdiff_t>(stepX) * dstPixel;
     if (c->convert == nullptr || stepX != 1)
         return;
-    c->convert = VectorForm(c->convert, c, ConvRowBodies(level), srcBpp);
+    c->convert = VectorForm(c->convert, c, shape, ConvRowBodies(level), srcBpp);
 }
 
 CImgProcConvRGB::CImgProcConvRGB() {}
@@ -415,7 +416,7 @@ bool CImgProcConvRGB::OnConvert()
     const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
     sRgbRow context;
     PickRgbRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut,
-               static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane))), KvCpuActive(), &context);
+               mpImgProc->mLutShape, static_cast<uintptr_t>(static_cast<intptr_t>(static_cast<int32_t>(plane))), KvCpuActive(), &context);
     const RgbRowFunction row = context.convert;
 
     // A planar destination is written as three planes from one pointer; when
@@ -425,9 +426,13 @@ bool CImgProcConvRGB::OnConvert()
     mRowGuard.Begin(*mpMemSrc, *mpMemDst,
                     CRowGuard::Span(width, 1, PackedReadBytes(mpMemSrc->miPixelFormat, mpMemSrc->miBppEff)),
                     CRowGuard::Span(width, miStepX, context.dstPixel));
-    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
+    const int32_t top = mRectSrc.top;
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               DstRow(miStepY, top, miDstStartY), miStepY);
+    for (int32_t y = top; y < mRectSrc.bottom; ++y) {
+        unsigned char* dst =
+            even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, y, 0);
         if (dst == nullptr || src == nullptr)
             return true;
         if (row == nullptr)
@@ -454,8 +459,8 @@ bool CImgProcConvRGB::OnConvert()
     return true;
 }
 
-void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t* const lut[3], KvCpuLevel level,
-                   sPlanarRow* r)
+void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t* const lut[3],
+                   const sConvLutShape& shape, KvCpuLevel level, sPlanarRow* r)
 {
     r->step = stepX;
     r->convert = nullptr;
@@ -467,16 +472,16 @@ void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t
     if (srcBpp > 8 && dstBpp == 8) {
         r->convert = &PlanarRow<WORD>;
         const int32_t srcMax = LargestSampleValue(srcBpp);
-        sConvRescale r1, r2;
-        if (stepX == 1 && bodies.words8 != nullptr && ConvLutIsRescale8(lut[0], srcMax, &r->rescale) &&
-            ConvLutIsRescale8(lut[1], srcMax, &r1) && ConvLutIsRescale8(lut[2], srcMax, &r2)) {
+        if (stepX == 1 && bodies.words8 != nullptr && shape.Rescales(0, srcMax) && shape.Rescales(1, srcMax) &&
+            shape.Rescales(2, srcMax)) {
+            r->rescale = shape.rescale;
             r->words = bodies.words8;
             r->convert = &PlanarWordsRow;
         }
     } else if (srcBpp == 8 && dstBpp == 8) {
         r->convert = &PlanarRow<BYTE>;
-        if (stepX == 1 && bodies.copy != nullptr && ConvLutIsIdentity8(lut[0]) && ConvLutIsIdentity8(lut[1]) &&
-            ConvLutIsIdentity8(lut[2])) {
+        if (stepX == 1 && bodies.copy != nullptr && shape.identity8[0] && shape.identity8[1] &&
+            shape.identity8[2]) {
             r->bytes = bodies.copy;
             r->convert = &PlanarCopyRow;
         }
@@ -501,7 +506,8 @@ bool CImgProcConvRGBPlanar::OnConvert()
     const int32_t width = mRectDst.Width();
     const WORD* const lut[3] = {mpImgProc->mpLUT[0], mpImgProc->mpLUT[1], mpImgProc->mpLUT[2]};
     sPlanarRow planarRow;
-    PickPlanarRow(mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut, KvCpuActive(), &planarRow);
+    PickPlanarRow(mpMemSrc->miBppEff, mpMemDst->miBppEff, miStepX, lut, mpImgProc->mLutShape, KvCpuActive(),
+                  &planarRow);
     const PlanarRowFunction row = planarRow.convert;
     const int32_t srcBpp = mpMemSrc->miBppEff;
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, CRowGuard::Span(width, 1, srcBpp > 8 ? 2 : 1),

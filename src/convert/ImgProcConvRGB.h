@@ -29,7 +29,8 @@ struct sRgbRow {
 
 // The row of a packed source for a format pair at an instruction level.
 void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t dstBpp, int32_t stepX,
-                const uint16_t* const lut[3], uintptr_t planeDistance, KvCpuLevel level, sRgbRow* c);
+                const uint16_t* const lut[3], const sConvLutShape& shape, uintptr_t planeDistance, KvCpuLevel level,
+                sRgbRow* c);
 
 struct sPlanarRow;
 typedef void (*PlanarRowFunction)(const unsigned char* const src[3], unsigned char* const dst[3], int32_t width,
@@ -45,8 +46,8 @@ struct sPlanarRow {
 };
 
 // The row of a planar source at an instruction level.
-void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t* const lut[3], KvCpuLevel level,
-                   sPlanarRow* r);
+void PickPlanarRow(int32_t srcBpp, int32_t dstBpp, int32_t stepX, const uint16_t* const lut[3],
+                   const sConvLutShape& shape, KvCpuLevel level, sPlanarRow* r);
 
 class CImgProcConvRGB : public CImgProcConv {
 public:

@@ -19,7 +19,7 @@ struct sLevels {
 };
 
 // Register forms of the rounded rescales x * 255 / max + 0.5, found by
-// search and checked against the built tables on every use.
+// search and checked against the tables whenever they are built.
 const sConvRescale kRescales[] = {
     {32672, 1, 1, 1023},
     {8162, 1, 1, 4095},
@@ -50,7 +50,9 @@ const sConvRowBodies& ConvRowBodies(KvCpuLevel level)
     return levels.level[static_cast<int>(level)];
 }
 
-bool ConvLutIsIdentity8(const uint16_t* lut)
+namespace {
+
+bool IsIdentity8(const uint16_t* lut)
 {
     static const struct sIdentity {
         uint16_t entries[256];
@@ -63,7 +65,7 @@ bool ConvLutIsIdentity8(const uint16_t* lut)
     return std::memcmp(lut, identity.entries, sizeof identity.entries) == 0;
 }
 
-bool ConvLutIsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r)
+bool IsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r)
 {
     for (int k = 0; k < kRescaleCount; ++k) {
         if (kRescales[k].max != srcMax)
@@ -76,4 +78,17 @@ bool ConvLutIsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r)
         return true;
     }
     return false;
+}
+
+}  // namespace
+
+sConvLutShape ConvLutShapeOf(const uint16_t* const lut[3], int32_t srcMax)
+{
+    sConvLutShape shape = {};
+    shape.srcMax = srcMax;
+    for (int k = 0; k < 3; ++k) {
+        shape.identity8[k] = IsIdentity8(lut[k]);
+        shape.rescale8[k] = IsRescale8(lut[k], srcMax, &shape.rescale);
+    }
+    return shape;
 }

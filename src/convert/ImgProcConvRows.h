@@ -5,8 +5,8 @@
 // portable loop does the rest and stays the reference for every byte. A body
 // never reads or writes a byte outside what the portable loop reads or writes
 // for the same row. Bodies are only picked where the tables have the shape
-// they compute in registers; the shape is checked on every frame, entry by
-// entry, by the helpers at the end of this file.
+// they compute in registers; the shape is found entry by entry when the
+// tables are built (ConvLutShapeOf) and only read when a frame picks its rows.
 //
 // The ISA files include this header for its records alone: it holds no
 // inline code, so nothing here is compiled twice with different flags.
@@ -55,6 +55,9 @@ struct sConvRowBodies {
     // multiple of four.
     ConvBytesBody yuv444[2][2];
     ConvBytesBody yuv411[2][2];
+    // YUV to grey with an identity table: the luma bytes. Index: 4:1:1,
+    // 4:2:2, 4:4:4; the subsampled ones return a multiple of four.
+    ConvBytesBody yuvGrey[3];
 };
 
 // The bodies of one level; every entry of the baseline set is null, and a
@@ -62,12 +65,21 @@ struct sConvRowBodies {
 const sConvRowBodies& ConvRowBodies(KvCpuLevel level);
 
 
-// Entries 0..255 are 0..255.
-bool ConvLutIsIdentity8(const uint16_t* lut);
-// Entries 0..srcMax are the rescale to 8 bits that createLookUpTables gives
-// with gain 1 and gamma 1; fills *r with its register form. False for
-// depths without a register form.
-bool ConvLutIsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r);
+// What each of the three tone tables is, found when they are built.
+struct sConvLutShape {
+    int32_t srcMax;        // entries 0..srcMax were built
+    bool identity8[3];     // entries 0..255 are 0..255
+    bool rescale8[3];      // entries 0..srcMax are `rescale`
+    sConvRescale rescale;  // register form of the rescale to 8 bits from srcMax
+    // Table k is the rescale to 8 bits from `max` (the depth a converter
+    // reads).
+    bool Rescales(int k, int32_t max) const { return rescale8[k] && srcMax == max; }
+};
+
+// Checks the tables entry by entry against the identity and against the
+// rounded rescale to 8 bits from srcMax (what the builder gives with gain 1
+// and gamma 1, for depths that have a register form).
+sConvLutShape ConvLutShapeOf(const uint16_t* const lut[3], int32_t srcMax);
 
 // The ISA files' sets, filled in where they are compiled.
 void ConvRowBodiesAvx2(sConvRowBodies* bodies);

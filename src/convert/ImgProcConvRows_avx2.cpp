@@ -29,6 +29,16 @@ inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
     return true;
 }
 
+// The first pixel whose `Bytes`-byte pixels start a 32-byte half line, from
+// which 32-byte loads never split a cache line; 0 where that is pixel 0 or
+// none does. The caller does one step at pixel 0 first where it is not.
+template <int Bytes>
+inline int32_t HalfLineStart(const unsigned char* p)
+{
+    const unsigned misalign = static_cast<unsigned>(-reinterpret_cast<uintptr_t>(p)) & 31u;
+    return misalign % Bytes == 0 ? static_cast<int32_t>(misalign / Bytes) : 0;
+}
+
 inline __m256i Loadu(const unsigned char* p)
 {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -194,8 +204,9 @@ inline __m256i Rescale(__m256i v, __m256i mul, __m256i add, __m128i shift)
     return _mm256_srl_epi16(_mm256_add_epi16(_mm256_mulhi_epu16(v, mul), add), shift);
 }
 
-int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
-               const uint16_t* lut)
+// Any form, a vector at a time: a vector with a word above max is looked up.
+int32_t WordsChecked(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                     const uint16_t* lut)
 {
     const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
     const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
@@ -225,6 +236,56 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     return x;
 }
 
+// The two forms most depths use, in fewer steps: ((t + 1) >> 1) is the
+// rounding average of t and 0; the 16-bit form has no word above its depth.
+enum eWordsForm { HALVED, SIXTEEN };
+
+template <eWordsForm Form>
+int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                  const uint16_t* lut)
+{
+    const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
+    const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
+    const __m256i zero = _mm256_setzero_si256();
+    // Words above a 2^k - 1 depth show as bits outside it; ORed over the
+    // row and looked at once at its end.
+    __m256i seen = zero;
+    auto step = [&](int32_t x) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu(s);
+        const __m256i b = Loadu(s + 32);
+        __m256i lo = _mm256_mulhi_epu16(a, mul), hi = _mm256_mulhi_epu16(b, mul);
+        if (Form == SIXTEEN) {
+            lo = _mm256_srli_epi16(_mm256_add_epi16(lo, add), 8);
+            hi = _mm256_srli_epi16(_mm256_add_epi16(hi, add), 8);
+        } else {
+            seen = _mm256_or_si256(seen, _mm256_or_si256(a, b));
+            lo = _mm256_avg_epu16(lo, zero);
+            hi = _mm256_avg_epu16(hi, zero);
+        }
+        Storeu(dst + x, _mm256_permute4x64_epi64(_mm256_packus_epi16(lo, hi), _MM_SHUFFLE(3, 1, 2, 0)));
+    };
+    int32_t x = 0;
+    if (count >= 64 && (x = HalfLineStart<2>(src)) != 0)
+        step(0);
+    for (; NextStep(x, count, 32, 32); x += 32)
+        step(x);
+    const __m256i outside = _mm256_set1_epi16(static_cast<short>(~r.max));
+    if (Form != SIXTEEN && !_mm256_testz_si256(seen, outside))
+        return WordsChecked(src, dst, count, r, lut);
+    return x;
+}
+
+int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+               const uint16_t* lut)
+{
+    if (r.add == 128 && r.shift == 8 && r.max == 65535)
+        return WordsFast<SIXTEEN>(src, dst, count, r, lut);
+    if (r.add == 1 && r.shift == 1 && (r.max & (r.max + 1u)) == 0)
+        return WordsFast<HALVED>(src, dst, count, r, lut);
+    return WordsChecked(src, dst, count, r, lut);
+}
+
 // --- packed mono ----------------------------------------------------------------
 
 // Words b0:b1 for the first pixel of a group and b2:b1 for the second; the
@@ -242,8 +303,16 @@ inline __m256i Unpack(__m256i words)
     return _mm256_or_si256(high, low);
 }
 
-template <int Shift>
-int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+// The rescale, or for the halved form ((t + 1) >> 1) as the rounding
+// average of t and 0.
+template <bool Halved>
+inline __m256i Scale(__m256i v, __m256i mul, __m256i add, __m128i shift)
+{
+    return Halved ? _mm256_avg_epu16(_mm256_mulhi_epu16(v, mul), _mm256_setzero_si256()) : Rescale(v, mul, add, shift);
+}
+
+template <int Shift, bool Halved>
+int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
     static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
     const __m256i pick = Lanes(kPick);
@@ -256,10 +325,17 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m256i a = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick));
         const __m256i b = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick));
-        const __m256i bytes = _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        const __m256i bytes = _mm256_packus_epi16(Scale<Halved>(a, mul, add, shift), Scale<Halved>(b, mul, add, shift));
         Storeu(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)));
     }
     return g;
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    return r.add == 1 && r.shift == 1 ? UnpackScaled<Shift, true>(src, dst, groups, r)
+                                       : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
 // --- 4:2:2 to colour ---------------------------------------------------------------
@@ -349,7 +425,7 @@ struct sColourStore {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const int32_t even = width & ~1;
     int32_t x = 0;
     for (; NextStep(x, even, 16, 16); x += 16) {
@@ -384,7 +460,7 @@ template <int Red, int Blue, int Bytes>
 int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     static const sYuv444Pick pick;
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const __m256i neutral = _mm256_set1_epi16(127);
     int32_t x = 0;
     for (; NextStep(x, width, 16, 16); x += 16) {
@@ -422,7 +498,7 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
     const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
     const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> out;
     const __m256i neutral = _mm256_set1_epi16(127);
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
     const int32_t whole = width & ~3;
@@ -448,6 +524,59 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
             const __m256i blue = _mm256_add_epi16(luma, _mm256_shuffle_epi8(blueTerm, spread[h]));
             out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x + 16 * h), red, green, blue);
         }
+    }
+    return x;
+}
+
+// --- YUV to grey: the luma bytes --------------------------------------------------
+
+int32_t Grey422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 32, 32); x += 32) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m256i luma = _mm256_packus_epi16(_mm256_srli_epi16(Loadu(s), 8), _mm256_srli_epi16(Loadu(s + 32), 8));
+        Storeu(dst + x, _mm256_permute4x64_epi64(luma, _MM_SHUFFLE(3, 1, 2, 0)));
+    }
+    return x & ~3;
+}
+
+// 16 pixels: two groups a lane from the windows at 0 and 12; 28 bytes read,
+// 20 pixels of room.
+int32_t Grey411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const signed char kLuma[16] = {1, 2, 4, 5, 7, 8, 10, 11, -1, -1, -1, -1, -1, -1, -1, -1};
+    const __m256i pick = Lanes(kLuma);
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; NextStep(x, whole, 20, 16); x += 16) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x / 4);
+        const __m256i luma = _mm256_shuffle_epi8(Loadu2(s, s + 12), pick);
+        Store128(dst + x, _mm256_castsi256_si128(_mm256_permute4x64_epi64(luma, _MM_SHUFFLE(3, 1, 2, 0))));
+    }
+    return x;
+}
+
+// 16 pixels from three 16-byte loads.
+int32_t Grey444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    signed char pick[3][16];
+    for (int k = 0; k < 3; ++k)
+        for (int j = 0; j < 16; ++j) {
+            const int at = 3 * j + 1 - 16 * k;
+            pick[k][j] = static_cast<signed char>(at >= 0 && at < 16 ? at : -1);
+        }
+    __m128i p[3];
+    for (int k = 0; k < 3; ++k)
+        p[k] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pick[k]));
+    int32_t x = 0;
+    for (; NextStep(x, width, 16, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        __m128i luma = _mm_setzero_si128();
+        for (int k = 0; k < 3; ++k)
+            luma = _mm_or_si128(luma, _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(s + 16 * k)), p[k]));
+        Store128(dst + x, luma);
     }
     return x;
 }
@@ -484,4 +613,7 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;
     b->yuv411[1][1] = Yuv411<0, 2, 4>;
+    b->yuvGrey[0] = Grey411;
+    b->yuvGrey[1] = Grey422;
+    b->yuvGrey[2] = Grey444;
 }

@@ -32,6 +32,21 @@ inline bool NextStep(int32_t& x, int32_t n, int32_t room, int32_t step)
     return true;
 }
 
+// Loads that split cache lines cost more than redoing a few pixels: the
+// first pixel whose `Bytes`-byte pixels start on a line, so that steps of
+// 64 pixels (or of any whole number of lines) from there load whole lines;
+// 0 where that is pixel 0 or no pixel starts one. The caller does one step
+// at pixel 0 first where it is not.
+// (For three bytes, 3 x = -p mod 64 is x = 43 * -p, as 3 * 43 = 1 mod 64.)
+template <int Bytes>
+inline int32_t LineStart(const unsigned char* p)
+{
+    const unsigned misalign = static_cast<unsigned>(-reinterpret_cast<uintptr_t>(p)) & 63u;
+    if (Bytes == 3)
+        return static_cast<int32_t>((43u * misalign) & 63u);
+    return misalign % Bytes == 0 ? static_cast<int32_t>(misalign / Bytes) : 0;
+}
+
 inline __m512i Table(const unsigned char (&b)[64])
 {
     return _mm512_loadu_si512(b);
@@ -39,45 +54,61 @@ inline __m512i Table(const unsigned char (&b)[64])
 
 // --- grey -------------------------------------------------------------------
 
-// Sixteen pixels of three bytes into words 0..15 = 3 a + 6 b and 16..31 = c.
-inline __m512i GreyHalves(const unsigned char* s, __m512i pick, __m512i weight)
-{
-    const __m512i v =
-        _mm512_maskz_permutexvar_epi8(0x5555555500000000ull | 0xFFFFFFFFull, pick, _mm512_loadu_si512(s));
-    return _mm512_maddubs_epi16(v, weight);
-}
+// Words 3 r + 6 g + b of the 32 three-byte pixels that start byte `from`
+// (0 or 32) of the register pair lo:hi.
+struct sGreyPick {
+    unsigned char pair[2][64];  // r, g of each pixel
+    unsigned char last[2][64];  // b of each pixel, in the low byte of its word
+    sGreyPick()
+    {
+        for (int h = 0; h < 2; ++h)
+            for (int p = 0; p < 32; ++p) {
+                const int at = 32 * h + 3 * p;
+                pair[h][2 * p] = static_cast<unsigned char>(at);
+                pair[h][2 * p + 1] = static_cast<unsigned char>(at + 1);
+                last[h][2 * p] = static_cast<unsigned char>(at + 2);
+                last[h][2 * p + 1] = 0;
+            }
+    }
+};
 
-inline __m512i GreySums(const unsigned char* s, __m512i pick, __m512i weight)
+inline __m512i GreySum(__m512i lo, __m512i hi, __m512i pair, __m512i last, __m512i weight)
 {
-    const __m512i m0 = GreyHalves(s, pick, weight);
-    const __m512i m1 = GreyHalves(s + 48, pick, weight);
-    return _mm512_add_epi16(_mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(1, 0, 1, 0)),
-                            _mm512_shuffle_i64x2(m0, m1, _MM_SHUFFLE(3, 2, 3, 2)));
+    const __m512i rg = _mm512_maddubs_epi16(_mm512_permutex2var_epi8(lo, pair, hi), weight);
+    return _mm512_add_epi16(rg, _mm512_maskz_permutex2var_epi8(0x5555555555555555ull, lo, last, hi));
 }
 
 int32_t Grey3(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    unsigned char pick[64], weight[64];
-    for (int j = 0; j < 64; ++j) {
-        const int p = j < 32 ? j / 2 : (j - 32) / 2;
-        pick[j] = static_cast<unsigned char>(j < 32 ? 3 * p + (j & 1) : 3 * p + 2);
-        weight[j] = static_cast<unsigned char>(j < 32 ? ((j & 1) ? 6 : 3) : ((j & 1) ? 0 : 1));
-    }
-    const __m512i vpick = Table(pick), vweight = Table(weight);
+    static const sGreyPick pick;
+    const __m512i pair0 = Table(pick.pair[0]), last0 = Table(pick.last[0]);
+    const __m512i pair1 = Table(pick.pair[1]), last1 = Table(pick.last[1]);
+    const __m512i weight = _mm512_set1_epi16(0x0603);
     const __m512i tenth = _mm512_set1_epi16(kTenth);
-    const __m512i order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
-    int32_t x = 0;
-    // Whole-register loads, cheaper than masked ones, take 48 bytes each and
-    // reach 16 further: 70 and 38 pixels of room.
-    for (; x + 70 <= width; x += 64) {
+    unsigned char even[64];
+    for (int j = 0; j < 64; ++j)
+        even[j] = static_cast<unsigned char>(2 * j);
+    const __m512i evenBytes = Table(even);
+    // 64 pixels from three whole registers, nothing read beyond them.
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
-        const __m512i a = _mm512_mulhi_epu16(GreySums(s, vpick, vweight), tenth);
-        const __m512i b = _mm512_mulhi_epu16(GreySums(s + 96, vpick, vweight), tenth);
-        _mm512_storeu_si512(dst + x, _mm512_permutexvar_epi64(order, _mm512_packus_epi16(a, b)));
-    }
-    for (; NextStep(x, width, 38, 32); x += 32) {
-        const __m512i a = _mm512_mulhi_epu16(GreySums(src + 3 * static_cast<std::ptrdiff_t>(x), vpick, vweight), tenth);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(a));
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        const __m512i g0 = _mm512_mulhi_epu16(GreySum(a, b, pair0, last0, weight), tenth);
+        const __m512i g1 = _mm512_mulhi_epu16(GreySum(b, c, pair1, last1, weight), tenth);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(g0, evenBytes, g1));
+    };
+    int32_t x = 0;
+    if (width >= 128 && (x = LineStart<3>(src)) != 0)
+        step(0);
+    for (; NextStep(x, width, 64, 64); x += 64)
+        step(x);
+    // 32 pixels from two registers: 128 bytes, 43 pixels of room.
+    for (; NextStep(x, width, 43, 32); x += 32) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i g = GreySum(_mm512_loadu_si512(s), _mm512_loadu_si512(s + 64), pair0, last0, weight);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm512_cvtepi16_epi8(_mm512_mulhi_epu16(g, tenth)));
     }
     return x;
 }
@@ -166,8 +197,7 @@ int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
         opaque[k] = Table(t.opaque[k]);
         third[k] = Table(t.third[k]);
     }
-    int32_t x = 0;
-    for (; NextStep(x, width, 64, 64); x += 64) {
+    auto step = [&](int32_t x) {
         const unsigned char* s = src + Src * static_cast<std::ptrdiff_t>(x);
         unsigned char* d = dst + Dst * static_cast<std::ptrdiff_t>(x);
         __m512i in[Src];
@@ -180,7 +210,12 @@ int32_t Permute(const unsigned char* src, unsigned char* dst, int32_t width)
                 v = _mm512_mask_permutexvar_epi8(v, t.fromThird[k], third[k], in[f + 2 < Src ? f + 2 : f]);
             _mm512_storeu_si512(d + 64 * k, Src == 4 && Dst == 4 ? v : _mm512_or_si512(v, opaque[k]));
         }
-    }
+    };
+    int32_t x = 0;
+    if (width >= 128 && (x = LineStart<Src>(src)) != 0)
+        step(0);
+    for (; NextStep(x, width, 64, 64); x += 64)
+        step(x);
     return x;
 }
 
@@ -191,8 +226,9 @@ inline __m512i Rescale(__m512i v, __m512i mul, __m512i add, __m128i shift)
     return _mm512_srl_epi16(_mm512_add_epi16(_mm512_mulhi_epu16(v, mul), add), shift);
 }
 
-int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
-               const uint16_t* lut)
+// Any form, a vector at a time: a vector with a word above max is looked up.
+int32_t WordsChecked(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                     const uint16_t* lut)
 {
     const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
     const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
@@ -222,6 +258,63 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     return x;
 }
 
+// The two rescale forms that most depths use, in fewer steps:
+// ((t + 1) >> 1) is the rounding average of t and 0, and for the 16-bit form
+// (t + 128) >> 8 is the high byte of t + 128 (never above 65535).
+enum eWordsForm { HALVED, HIGH_BYTE };
+
+template <eWordsForm Form>
+int32_t WordsFast(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+                  const uint16_t* lut)
+{
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m512i zero = _mm512_setzero_si512();
+    unsigned char pick[64];
+    for (int j = 0; j < 64; ++j)
+        pick[j] = static_cast<unsigned char>(2 * j + (Form == HIGH_BYTE ? 1 : 0));
+    const __m512i vpick = Table(pick);
+    // Words above a 2^k - 1 depth show as bits outside it; ORed over the
+    // row and looked at once at its end (the 16-bit depth has none).
+    __m512i seen = zero;
+    auto step = [&](int32_t x) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        if (Form != HIGH_BYTE)
+            seen = _mm512_ternarylogic_epi32(seen, a, b, 0xFE);
+        __m512i lo = _mm512_mulhi_epu16(a, mul), hi = _mm512_mulhi_epu16(b, mul);
+        if (Form == HIGH_BYTE) {
+            lo = _mm512_add_epi16(lo, add);
+            hi = _mm512_add_epi16(hi, add);
+        } else {
+            lo = _mm512_avg_epu16(lo, zero);
+            hi = _mm512_avg_epu16(hi, zero);
+        }
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(lo, vpick, hi));
+    };
+    int32_t x = 0;
+    if (count >= 128 && (x = LineStart<2>(src)) != 0)
+        step(0);
+    for (; NextStep(x, count, 64, 64); x += 64)
+        step(x);
+    if (Form != HIGH_BYTE &&
+        _mm512_test_epi16_mask(seen, _mm512_set1_epi16(static_cast<short>(~r.max))) != 0)
+        return WordsChecked(src, dst, count, r, lut);
+    return x;
+}
+
+int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
+               const uint16_t* lut)
+{
+    const bool depthMask = (r.max & (r.max + 1u)) == 0;
+    if (r.add == 128 && r.shift == 8 && r.max == 65535)
+        return WordsFast<HIGH_BYTE>(src, dst, count, r, lut);
+    if (r.add == 1 && r.shift == 1 && depthMask)
+        return WordsFast<HALVED>(src, dst, count, r, lut);
+    return WordsChecked(src, dst, count, r, lut);
+}
+
 // --- packed mono ----------------------------------------------------------------
 
 template <int Shift>
@@ -235,8 +328,16 @@ inline __m512i Unpack(__m512i words)
     return _mm512_or_si512(high, low);
 }
 
-template <int Shift>
-int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+// The rescale, or for the halved form ((t + 1) >> 1) as the rounding
+// average of t and 0.
+template <bool Halved>
+inline __m512i Scale(__m512i v, __m512i mul, __m512i add, __m128i shift)
+{
+    return Halved ? _mm512_avg_epu16(_mm512_mulhi_epu16(v, mul), _mm512_setzero_si512()) : Rescale(v, mul, add, shift);
+}
+
+template <int Shift, bool Halved>
+int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
     unsigned char pick[64];
     for (int j = 0; j < 64; ++j) {
@@ -255,10 +356,17 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         const __m512i a = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s)));
         const __m512i b = Unpack<Shift>(_mm512_permutexvar_epi8(vpick, _mm512_loadu_si512(s + 48)));
-        const __m512i bytes = _mm512_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift));
+        const __m512i bytes = _mm512_packus_epi16(Scale<Halved>(a, mul, add, shift), Scale<Halved>(b, mul, add, shift));
         _mm512_storeu_si512(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm512_permutexvar_epi64(order, bytes));
     }
     return g;
+}
+
+template <int Shift>
+int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
+{
+    return r.add == 1 && r.shift == 1 ? UnpackScaled<Shift, true>(src, dst, groups, r)
+                                       : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
 // --- 4:2:2 to colour ---------------------------------------------------------------
@@ -336,12 +444,17 @@ int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     static const sColourStore<Red, Blue, PixelBytes> out;
     const int32_t even = width & ~1;
-    int32_t x = 0;
-    for (; NextStep(x, even, 32, 32); x += 32) {
+    auto step = [&](int32_t x) {
         __m512i red, green, blue;
         Yuv422Colours(_mm512_loadu_si512(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
         out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
-    }
+    };
+    // Steps start on a line where that is a whole group.
+    int32_t x = 0;
+    if (even >= 64 && (x = LineStart<4>(src) * 2) != 0)
+        step(0);
+    for (; NextStep(x, even, 32, 32); x += 32)
+        step(x);
     return x & ~3;  // the portable loop redoes a last half block whole
 }
 
@@ -431,6 +544,66 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
+// --- YUV to grey: the luma bytes --------------------------------------------------
+
+// Byte j of the result is byte from(j) of the 128 bytes lo:hi.
+template <typename From>
+__m512i PickTable(From from)
+{
+    unsigned char t[64];
+    for (int j = 0; j < 64; ++j)
+        t[j] = static_cast<unsigned char>(from(j));
+    return Table(t);
+}
+
+int32_t Grey422(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i odd = PickTable([](int j) { return 2 * j + 1; });
+    const int32_t even = width & ~1;
+    int32_t x = 0;
+    for (; NextStep(x, even, 64, 64); x += 64) {
+        const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(_mm512_loadu_si512(s), odd, _mm512_loadu_si512(s + 64)));
+    }
+    return x & ~3;
+}
+
+// 64 pixels from the 96 bytes of 16 groups: registers at 0 and 32.
+int32_t Grey411(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i luma = PickTable([](int j) {
+        static const int kLuma[4] = {1, 2, 4, 5};
+        const int at = 6 * (j / 4) + kLuma[j % 4];
+        return at < 64 ? at : 64 + at - 32;
+    });
+    const int32_t whole = width & ~3;
+    int32_t x = 0;
+    for (; NextStep(x, whole, 64, 64); x += 64) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x / 4);
+        _mm512_storeu_si512(dst + x, _mm512_permutex2var_epi8(_mm512_loadu_si512(s), luma, _mm512_loadu_si512(s + 32)));
+    }
+    return x;
+}
+
+// 64 pixels from three registers: two permutes of two registers each.
+int32_t Grey444(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    const __m512i first = PickTable([](int j) { return j < 42 ? 3 * j + 1 : 0; });
+    const __m512i second = PickTable([](int j) { return j < 42 ? 0 : 3 * j + 1 - 64; });
+    const __mmask64 fromSecond = ~((__mmask64(1) << 42) - 1);
+    int32_t x = 0;
+    for (; NextStep(x, width, 64, 64); x += 64) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        const __m512i lo = _mm512_permutex2var_epi8(a, first, b);
+        const __m512i hi = _mm512_permutex2var_epi8(b, second, c);
+        _mm512_storeu_si512(dst + x, _mm512_mask_blend_epi8(fromSecond, lo, hi));
+    }
+    return x;
+}
+
 }  // namespace
 }  // namespace convrows_avx512
 
@@ -460,4 +633,7 @@ void ConvRowBodiesAvx512(sConvRowBodies* b)
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;
     b->yuv411[1][1] = Yuv411<0, 2, 4>;
+    b->yuvGrey[0] = Grey411;
+    b->yuvGrey[1] = Grey422;
+    b->yuvGrey[2] = Grey444;
 }

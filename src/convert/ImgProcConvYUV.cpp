@@ -229,6 +229,17 @@ void Yuv411ToColourVector(const unsigned char* src, unsigned char* dst, int32_t 
                                      width - done, row);
 }
 
+// With an identity table grey is the luma bytes, which the bodies gather.
+template <eYuvSource Source>
+void YuvToGreyVector(const unsigned char* src, unsigned char* dst, int32_t width, const sYuvRow& row)
+{
+    const int32_t done = row.bytes(src, dst, width);
+    const std::ptrdiff_t read = Source == YUV_411 ? 6 * static_cast<std::ptrdiff_t>(done / 4)
+                                                  : (Source == YUV_422 ? 2 : 3) * static_cast<std::ptrdiff_t>(done);
+    const YuvRowConverter rest = Source == YUV_411 ? Yuv411ToGrey : Source == YUV_422 ? Yuv422ToGrey : Yuv444ToGrey;
+    rest(src + read, dst + done, width - done, row);
+}
+
 template <int Red, int Blue, int Bytes>
 YuvRowConverter VectorRow(eYuvSource source)
 {
@@ -259,8 +270,8 @@ YuvRowConverter ColourRow(eYuvSource source)
 
 }  // namespace
 
-void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut, KvCpuLevel level,
-                sYuvRow* row)
+void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut,
+                const sConvLutShape& shape, KvCpuLevel level, sYuvRow* row)
 {
     // Any other destination, a different YUV format included, counts as
     // three-byte blue-first.
@@ -299,15 +310,25 @@ void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uin
     row->lut = lut;
     row->bytes = nullptr;
 
-    // Colour rows walking forward, one pixel a step, have vector bodies.
-    if (grey || srcFormat == dstFormat || row->dstStep != unit)
+    // Grey and colour rows walking forward, one pixel a step, have vector
+    // bodies.
+    if (srcFormat == dstFormat || row->dstStep != unit || !shape.identity8[0])
         return;
     const sConvRowBodies& bodies = ConvRowBodies(level);
+    if (grey) {
+        static const YuvRowConverter greyVector[] = {YuvToGreyVector<YUV_411>, YuvToGreyVector<YUV_422>,
+                                                     YuvToGreyVector<YUV_444>};
+        if (bodies.yuvGrey[source] != nullptr) {
+            row->bytes = bodies.yuvGrey[source];
+            row->convert = greyVector[source];
+        }
+        return;
+    }
     const ConvBytesBody(&set)[2][2] = source == YUV_411   ? bodies.yuv411
                                       : source == YUV_422 ? bodies.yuv422
                                                           : bodies.yuv444;
     const ConvBytesBody body = set[redFirst ? 1 : 0][fourBytes ? 1 : 0];
-    if (body == nullptr || !ConvLutIsIdentity8(lut))
+    if (body == nullptr)
         return;
     row->bytes = body;
     if (redFirst)
@@ -360,18 +381,24 @@ bool CImgProcConvYUV::OnConvert()
     const int32_t width = mRectDst.Width();
     mpImgProc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
     sYuvRow row;
-    PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], KvCpuActive(), &row);
+    PickYuvRow(mpMemSrc->miPixelFormat, mpMemDst->miPixelFormat, miStepX, mpImgProc->mpLUT[0], mpImgProc->mLutShape,
+               KvCpuActive(), &row);
     sRowSpan readSpan, writeSpan;
     RowSpans(mpMemSrc->miPixelFormat, mpMemSrc->miPixelFormat == mpMemDst->miPixelFormat, width,
              row.dstStep / row.unit, row.unit, readSpan, writeSpan);
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
 
     // Rows are counted signed: an empty or inverted rectangle visits none.
-    for (int32_t y = mRectSrc.top; y < mRectSrc.bottom; ++y) {
+    const int32_t top = mRectSrc.top;
+    const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, top, mRectSrc.bottom, *mpMemDst, miDstStartX,
+                                               KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(top) +
+                                                        static_cast<uint32_t>(miDstStartY)),
+                                               miStepY);
+    for (int32_t y = top; y < mRectSrc.bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * static_cast<uint32_t>(y) +
                                     static_cast<uint32_t>(miDstStartY));
-        unsigned char* dst = mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
-        const unsigned char* src = mpMemSrc->GetImagePointer(0, y, 0);
+        unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);
+        const unsigned char* src = even.on ? even.Src(y - top) : mpMemSrc->GetImagePointer(0, y, 0);
         // A missing row ends the run; the rows written so far stay.
         if (dst == nullptr || src == nullptr)
             return true;

@@ -23,8 +23,8 @@ struct sYuvRow {
 };
 
 // The row for a format pair at an instruction level.
-void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut, KvCpuLevel level,
-                sYuvRow* row);
+void PickYuvRow(uint32_t srcFormat, uint32_t dstFormat, int32_t stepX, const uint16_t* lut,
+                const sConvLutShape& shape, KvCpuLevel level, sYuvRow* row);
 
 class CImgProcConvYUV : public CImgProcConv {
 public:

@@ -15,6 +15,11 @@ namespace {
 // The low 32 bits of a double truncated toward zero. Exact for every finite
 // value; a plain conversion would be undefined outside the target's range.
 uint32_t TruncLow32(double v) {
+    // Every row address comes through here: the usual in-range offset
+    // skips the division, with the same result.
+    if (v >= 0.0 && v < 4294967296.0) {
+        return static_cast<uint32_t>(v);
+    }
     if (!std::isfinite(v)) {
         return 0;
     }
@@ -218,6 +223,49 @@ unsigned char* CMemoryAccess::GetImagePointer(int32_t x, int32_t y, int32_t plan
         return nullptr;
     }
     return Ptr(Addr(image.mpChunkBase) + Extend(image.miChunkDataOffset) + static_cast<uintptr_t>(TruncLow32(offset)));
+}
+
+bool CMemoryAccess::EvenRows(int32_t x, int32_t y0, int32_t step, int32_t rows, int32_t plane, unsigned char** first,
+                             std::ptrdiff_t* pitch) {
+    if (rows <= 0) {
+        return false;
+    }
+    const sKORVAP_ChunkData& image = mChunkData[KORVA_CHUNK_IMAGE];
+    if (IsAbsent(image)) {
+        return false;
+    }
+    // Halves at most, so every product below is exact in a double.
+    const double factor = _GetBytePerPixel();
+    if (!(factor >= 0.0 && factor <= 64.0) || factor * 2.0 != std::floor(factor * 2.0)) {
+        return false;
+    }
+    const double planeBytes = (plane == 1 || plane == 2)
+                                  ? static_cast<double>(KvWrap32(KvU32(miWidth) * KvU32(miHeight))) * factor * plane
+                                  : 0.0;
+    // Offsets are linear in the row number; where both ends stay in range,
+    // every row between does too and GetImagePointer wraps nothing.
+    const int64_t ends[2] = {y0, static_cast<int64_t>(y0) + static_cast<int64_t>(rows - 1) * step};
+    for (const int64_t y : ends) {
+        if (y < INT32_MIN || y > INT32_MAX) {
+            return false;
+        }
+        const int64_t index = static_cast<int64_t>(x) + miRoiLeft + (y + miRoiTop) * static_cast<int64_t>(miWidth);
+        if (index < 0 || index > INT32_MAX) {
+            return false;
+        }
+        const double offset = static_cast<double>(index) * factor + planeBytes;
+        if (offset < 0.0 || offset >= 4294967296.0 ||
+            static_cast<double>(miDataOffset) + offset > static_cast<double>(image.miChunkLength)) {
+            return false;
+        }
+    }
+    const double rowBytes = factor * static_cast<double>(miWidth) * step;
+    if (rowBytes != std::floor(rowBytes)) {
+        return false;
+    }
+    *first = GetImagePointer(x, y0, plane);
+    *pitch = static_cast<std::ptrdiff_t>(rowBytes);
+    return *first != nullptr;
 }
 
 int CMemoryAccess::setChunkOfData(uint32_t id, unsigned char* data, int32_t length, int32_t dataOffset,

@@ -3,6 +3,7 @@
 #ifndef MEMORY_ACCESS_H
 #define MEMORY_ACCESS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 
@@ -56,6 +57,12 @@ public:
     void FreeBasePointer(bool release);
 
     unsigned char* GetImagePointer(int32_t x, int32_t y, int32_t plane);
+    // GetImagePointer(x, y0 + k * step, plane) for k = 0 .. rows - 1 in one
+    // go, where those rows all exist and lie *pitch bytes apart: no row
+    // number, index or offset leaves its 32-bit range and a row step is a
+    // whole number of bytes. False otherwise; then ask row by row.
+    bool EvenRows(int32_t x, int32_t y0, int32_t step, int32_t rows, int32_t plane, unsigned char** first,
+                  std::ptrdiff_t* pitch);
     // Length of the bytes that may be read or written from mpBasePointer on:
     // the larger of miBufferLength and miBoundLength, never negative.
     int64_t BoundLength() const;

@@ -23,6 +23,7 @@ CImgProc::CImgProc()
       mStateInfo{},
       mbSpareFlag(true),
       mpLUT{},
+      mLutShape{},
       mdBalanceRed(1.0),
       mdBalanceGreen(1.0),
       mdBalanceBlue(1.0),

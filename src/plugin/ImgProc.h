@@ -113,6 +113,9 @@ public:
     int isDestinationPixelFormatSupp(int format);
     void AddSupportedPixelFormats(std::list<uint32_t>* formats);
     void createLookUpTables(double gainRed, double gainGreen, double gainBlue, double gamma);
+    // Finds mLutShape again from the tables; for whoever writes them other
+    // than createLookUpTables.
+    void RecordLutShape();
     double Function_SCurve(double x, double exponent, double ignored, double xLow, double xHigh, double xMid,
                            double yLow, double yHigh);
     double GetDataAverage(int, int, int, int, int, double*, double*);
@@ -150,6 +153,8 @@ public:
     uint16_t mLutData[3][65536];
     pthread_mutex_t mTransformMutex;
     uint16_t* mpLUT[3];
+    // What the tables are, found when they were last built.
+    sConvLutShape mLutShape;
     double mdBalanceRed;
     double mdBalanceGreen;
     double mdBalanceBlue;

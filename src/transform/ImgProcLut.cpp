@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "ImgProc.h"
+#include "ImgProcConvRows.h"
 #include "KvMath.h"
 
 // Depths without an entry (8, 11, 13, 15, ...) count as 8-bit.
@@ -63,6 +64,12 @@ void CImgProc::createLookUpTables(double gainRed, double gainGreen, double gainB
             mpLUT[c][i] = static_cast<uint16_t>(KvTruncToInt32(r));
         }
     }
+    RecordLutShape();
+}
+
+void CImgProc::RecordLutShape()
+{
+    mLutShape = ConvLutShapeOf(mpLUT, LargestSampleValue(mMemSrc.miBppEff));
 }
 
 double CImgProc::Function_SCurve(double x, double exponent, double /*ignored*/, double xLow, double xHigh,

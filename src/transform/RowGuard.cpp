@@ -52,6 +52,17 @@ sRowSpan CRowGuard::Span(int64_t count, int64_t step, int64_t bytes)
     return sRowSpan{last < 0 ? last : 0, (last > 0 ? last : 0) + bytes};
 }
 
+sEvenRows CRowGuard::EvenRows(CMemoryAccess& source, int32_t srcX, int32_t top, int32_t bottom,
+                             CMemoryAccess& destination, int32_t dstX, int32_t dstTop, int32_t dstStep)
+{
+    sEvenRows rows = {};
+    if (top < 0 || bottom <= top)
+        return rows;
+    rows.on = source.EvenRows(srcX, top, 1, bottom - top, 0, &rows.src, &rows.srcPitch) &&
+              destination.EvenRows(dstX, dstTop, dstStep, bottom - top, 0, &rows.dst, &rows.dstPitch);
+    return rows;
+}
+
 void CRowGuard::Begin(const CMemoryAccess& source, const CMemoryAccess& destination, sRowSpan read, sRowSpan write,
                       int readSlots, int writeSlots)
 {

@@ -19,6 +19,20 @@
 
 class CMemoryAccess;
 
+// Row addresses of a run worked out once: source rows top, top + 1, ...,
+// destination rows dstTop, dstTop + dstStep, ... (32-bit row numbers, as the
+// walks compute them). `on` is false where either view must be asked row by
+// row (CMemoryAccess::EvenRows).
+struct sEvenRows {
+    bool on;
+    unsigned char* src;
+    unsigned char* dst;
+    std::ptrdiff_t srcPitch;
+    std::ptrdiff_t dstPitch;
+    const unsigned char* Src(int64_t k) const { return src + k * srcPitch; }
+    unsigned char* Dst(int64_t k) const { return dst + k * dstPitch; }
+};
+
 // Bytes [lo, hi) around a row pointer that one row function call touches.
 struct sRowSpan {
     std::ptrdiff_t lo;
@@ -34,6 +48,11 @@ public:
 
     // Span of `count` elements of `bytes` bytes, `step` elements apart.
     static sRowSpan Span(int64_t count, int64_t step, int64_t bytes);
+
+    // Rows top .. bottom - 1 of plane 0 of both views; off for an empty or
+    // negative range.
+    static sEvenRows EvenRows(CMemoryAccess& source, int32_t srcX, int32_t top, int32_t bottom,
+                              CMemoryAccess& destination, int32_t dstX, int32_t dstTop, int32_t dstStep);
 
     // Fixes the buffers, spans and number of slots of one run. Reads are
     // checked against the source view's buffer, writes against the

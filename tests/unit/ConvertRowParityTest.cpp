@@ -42,6 +42,7 @@ std::vector<KvCpuLevel> FastLevels()
 struct Tables {
     std::vector<uint16_t> t[3];
     const uint16_t* p[3];
+    sConvLutShape shape;
     Tables(int srcMax, int dstMax, bool built, std::mt19937& rng)
     {
         for (int c = 0; c < 3; ++c) {
@@ -51,6 +52,11 @@ struct Tables {
                                                      static_cast<double>(i) / srcMax * dstMax + 0.5))
                                                : static_cast<uint16_t>(rng());
             p[c] = t[c].data();
+        }
+        shape = ConvLutShapeOf(p, srcMax);
+        // Unrecognised built tables would leave every vector row below untried.
+        if (built && dstMax == 255) {
+            EXPECT_TRUE(shape.identity8[0] || shape.rescale8[0]) << srcMax;
         }
     }
 };
@@ -65,14 +71,14 @@ struct RowCase {
 Row Mono(uint32_t s, uint32_t d, int sBpp, int dBpp, double sFactor, KvCpuLevel level, const Tables& t)
 {
     sMonoRow row;
-    EXPECT_TRUE(PickMonoRow(s, d, sBpp, dBpp, sFactor, 1, t.p[0], level, &row));
+    EXPECT_TRUE(PickMonoRow(s, d, sBpp, dBpp, sFactor, 1, t.p[0], t.shape, level, &row));
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
 
 Row Rgb(uint32_t s, uint32_t d, int sBpp, int dBpp, KvCpuLevel level, const Tables& t)
 {
     sRgbRow row;
-    PickRgbRow(s, d, sBpp, dBpp, 1, t.p, 0, level, &row);
+    PickRgbRow(s, d, sBpp, dBpp, 1, t.p, t.shape, 0, level, &row);
     EXPECT_NE(row.convert, nullptr);
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
@@ -81,7 +87,7 @@ Row Rgb(uint32_t s, uint32_t d, int sBpp, int dBpp, KvCpuLevel level, const Tabl
 Row Planar(int sBpp, KvCpuLevel level, const Tables& t)
 {
     sPlanarRow row;
-    PickPlanarRow(sBpp, 8, 1, t.p, level, &row);
+    PickPlanarRow(sBpp, 8, 1, t.p, t.shape, level, &row);
     const size_t element = sBpp > 8 ? 2 : 1;
     return [row, element](const unsigned char* src, unsigned char* dst, int32_t w) {
         const unsigned char* s[3] = {src, src + element * w, src + 2 * element * w};
@@ -93,7 +99,7 @@ Row Planar(int sBpp, KvCpuLevel level, const Tables& t)
 Row Yuv(uint32_t s, uint32_t d, KvCpuLevel level, const Tables& t)
 {
     sYuvRow row;
-    PickYuvRow(s, d, 1, t.p[0], level, &row);
+    PickYuvRow(s, d, 1, t.p[0], t.shape, level, &row);
     return [row](const unsigned char* src, unsigned char* dst, int32_t w) { row.convert(src, dst, w, row); };
 }
 
@@ -139,6 +145,10 @@ std::vector<RowCase> RowCases()
             cases.push_back({"yuv to colour", 1.5 + 0.5 * k + (k == 2 ? 0.5 : 0), sBytes, 255, 255,
                              [=](L l, const Tables& t) { return Yuv(yuv[k], s, l, t); }});
     }
+    const uint32_t yuv[] = {KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV444_PACKED};
+    for (int k = 0; k < 3; ++k)
+        cases.push_back({"yuv to grey", 1.5 + 0.5 * k + (k == 2 ? 0.5 : 0), 1, 255, 255,
+                         [=](L l, const Tables& t) { return Yuv(yuv[k], KORVA_PIXTYPE_MONO8, l, t); }});
     for (int bpp : {10, 12}) {
         const uint32_t rgb = bpp == 10 ? KORVA_PIXTYPE_RGB10_PACKED : KORVA_PIXTYPE_RGB12_PACKED;
         cases.push_back({"rgb words to bytes", 6, 3, (1 << bpp) - 1, 255, [=](L l, const Tables& t) {

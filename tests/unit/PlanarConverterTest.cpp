@@ -27,6 +27,7 @@ TEST(PlanarConverter, DeepPlanesAreLoweredByTheTables)
                  for (unsigned v = 0; v < 256; ++v)
                      for (unsigned k = 0; k < 3; ++k)
                          proc.mpLUT[k][v] = static_cast<uint16_t>(v + (k == 0 ? 0x110 : 10 + 10 * k));
+                 proc.RecordLutShape();
              });
 }
 

@@ -92,6 +92,7 @@ TEST(RgbConverter, EachMemoryPositionUsesItsOwnTable)
             proc->mpLUT[1][v] = static_cast<uint16_t>(v + 20);
             proc->mpLUT[2][v] = static_cast<uint16_t>(v + 30);
         }
+        proc->RecordLutShape();
         EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
         // 1011 stores as 0xF3 where a byte is written.
         Bytes expected = c.expected;

@@ -135,6 +135,7 @@ TEST(YuvConverter, LumaTableUse)
         proc.mpLUT[0][20] = 30;
         proc.mpLUT[0][11] = 300;
         proc.mpLUT[0][255] = 0x0123;
+        proc.RecordLutShape();
     };
     RunCases(&CImgProc::mConvYUV, {
         {"444 grey: T[T[10]], T[min(300, 255)]", kYuv444, kMono8, 3, 1, {0, 10, 0, 0, 11, 0, 0, 20, 0}, {30, 0x23, 30}},
