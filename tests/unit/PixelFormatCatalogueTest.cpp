@@ -96,14 +96,10 @@ const std::vector<Row>& Table()
 
 const CImgProcConv* ExpectedConverter(const CImgProc& image, char conv)
 {
-    switch (conv) {
-    case 'M': return &image.mConvMono;
-    case 'D': return &image.mConvDemosaic;
-    case 'R': return &image.mConvRGB;
-    case 'Y': return &image.mConvYUV;
-    case 'P': return &image.mConvRGBPlanar;
-    default: return nullptr;
-    }
+    const CImgProcConv* const converters[] = {&image.mConvMono, &image.mConvDemosaic, &image.mConvRGB, &image.mConvYUV,
+                                              &image.mConvRGBPlanar};
+    const size_t k = std::string("MDRYP").find(conv);
+    return k == std::string::npos ? nullptr : converters[k];
 }
 
 // Each object builds its own catalogue: the converters point into it.
