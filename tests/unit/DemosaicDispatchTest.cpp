@@ -79,12 +79,14 @@ TEST(DemosaicDispatch, FlatFieldsCarryTablesIntoEveryChannel)
         {KORVA_PIXTYPE_BAYGR8, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 100, 2.0, 0.5, {200, 100, 50}},
         {KORVA_PIXTYPE_BAYBG8, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 200, 2.0, 0.5, {255, 200, 100}},
         {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 1000, 1.0, 1.0, {62, 62, 62}},
+        // Gains make deep tables that are no plain rescale.
+        {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 1000, 2.0, 0.5, {125, 62, 31}},
         {KORVA_PIXTYPE_BAYGB12, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 4095, 1.0, 1.0, {255, 255, 255}},
         {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, kPlanar16, 1000, 1.0, 1.0, {1000, 1000, 1000}},
         {KORVA_PIXTYPE_BAYGB10, KORVA_PIXTYPE_RGB10_PLANAR, kPlanar16, 700, 1.0, 1.0, {700, 700, 700}},
         {KORVA_PIXTYPE_BAYGR10, KORVA_PIXTYPE_BGR8_PACKED, kBgr, 1023, 1.0, 1.0, {255, 255, 255}},
     };
-    const int W = 6, H = 5, N = W * H;
+    const int W = 72, H = 5, N = W * H;  // wide enough for the vector rows
     for (int type : {1, 2})
         for (const Case& c : cases) {
             Frame f;
