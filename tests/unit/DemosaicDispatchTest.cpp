@@ -198,11 +198,16 @@ TEST(DemosaicDispatch, MonoDestinationSwitchesTheMethodForGood)
 {
     const int W = 8, H = 8;
     Frame f;
-    f.Source(KORVA_PIXTYPE_BAYRG8, W, H, Flat(100));
+    f.Source(KORVA_PIXTYPE_BAYRG8, W, H, [](int x, int y) { return 20 * x + 7 * y; });
     f.Destination(KORVA_PIXTYPE_MONO8, -1, kSlack);
     ASSERT_TRUE(f.Run(1));
     EXPECT_EQ(KORVA_DEMOSAIC_MONO, f.proc->mConvDemosaic.miDemosaicType);
     EXPECT_EQ(5, f.proc->mConvDemosaic.miMatrixSize);
+    // The symmetric kernel gives the ramp back, and the repair, one byte a
+    // pixel, leaves it there.
+    for (int y = 2; y < H - 2; ++y)
+        for (int x = 2; x < W - 2; ++x)
+            EXPECT_EQ(20 * x + 7 * y, f.dst[static_cast<size_t>(y * W + x)]) << x << "," << y;
 
     // The colour run writes no pixel; only the border repair of a 5 by 5
     // method moves what the destination held.
