@@ -178,6 +178,23 @@ TEST(DemosaicDispatch, BayerDestinationIsARawCopyThroughTheRedTable)
     }
 }
 
+// No operation sets a step other than 1, but every level honours one: pixel
+// x of row y lands at 2 x of row y, rows running on into the next.
+TEST(DemosaicDispatch, RawCopyHonoursTheStep)
+{
+    const int W = 70, H = 3;
+    Frame f;
+    f.Source(KORVA_PIXTYPE_BAYGR8, W, H, [](int x, int y) { return x + 3 * y; });
+    f.Destination(KORVA_PIXTYPE_BAYGR8, -1, 2 * W);
+    f.proc->mConvDemosaic.miStepX = 2;
+    ASSERT_TRUE(f.Run(1));
+    Bytes expected = f.Untouched();
+    for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x)
+            expected[static_cast<size_t>(W * y + 2 * x)] = static_cast<unsigned char>(x + 3 * y);
+    EXPECT_EQ(expected, f.dst);
+}
+
 // 16 to 8 bits takes the entry's low byte, 16 to 16 bits the whole entry.
 TEST(DemosaicDispatch, RawCopyChangesDepthByTheSampleWidthRule)
 {
