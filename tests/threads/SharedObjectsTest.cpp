@@ -160,6 +160,15 @@ TEST(SharedObjects, ChainOfTwoTransforms)
          Transform(1, 2));
 }
 
+// Objects share no state: two pairs side by side give the serial results,
+// also for the families whose row tables and fast paths are set up once.
+TEST(SharedObjects, SeparatePairsShareNothing)
+{
+    Race({{KORVA_PIXTYPE_BAYRG8, 0, 3}, {0, KORVA_PIXTYPE_RGB8_PACKED, 0}, {KORVA_PIXTYPE_YUV422_PACKED, 0, 4}, kRgb},
+         Transform(0, 1), Transform(2, 3));
+    Race({kMono16, kTarget, kRgb, {0, KORVA_PIXTYPE_BGRA8_PACKED, 0}}, Transform(0, 1), Transform(2, 3));
+}
+
 TEST(SharedObjects, MeasuringTheDestinationOrTheSource)
 {
     const std::vector<ObjectSetup> setups{kMono16, {KORVA_PIXTYPE_MONO8, KORVA_PIXTYPE_MONO8, 5}};

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
-#include <png.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -15,36 +13,6 @@ std::vector<uint8_t> Bytes(const std::string& header, const std::vector<uint8_t>
     std::vector<uint8_t> bytes(header.begin(), header.end());
     bytes.insert(bytes.end(), data.begin(), data.end());
     return bytes;
-}
-
-struct PngContent {
-    int width = 0, height = 0, depth = 0, colourType = -1;
-    std::vector<std::vector<uint8_t>> rows;
-};
-
-PngContent ReadPng(const std::string& path)
-{
-    PngContent content;
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr)
-        return content;
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    if (setjmp(png_jmpbuf(png)) == 0) {
-        png_init_io(png, file);
-        png_read_info(png, info);
-        content.width = static_cast<int>(png_get_image_width(png, info));
-        content.height = static_cast<int>(png_get_image_height(png, info));
-        content.depth = png_get_bit_depth(png, info);
-        content.colourType = png_get_color_type(png, info);
-        const size_t rowBytes = png_get_rowbytes(png, info);
-        content.rows.assign(content.height, std::vector<uint8_t>(rowBytes));
-        for (auto& row : content.rows)
-            png_read_row(png, row.data(), nullptr);
-    }
-    png_destroy_read_struct(&png, &info, nullptr);
-    std::fclose(file);
-    return content;
 }
 
 std::string TempPath(const char* name)
@@ -104,21 +72,6 @@ TEST(PnmRead, HeadersSampleWidthsAndRefusals)
     EXPECT_FALSE(ImageFile::ReadPnm(TempPath("frameconv_missing.pgm"), image, error));
 }
 
-// Sixteen-bit samples go out big-endian with their values kept.
-TEST(PngWrite, WritesWhatReadsBackAndRefusesTheRest)
-{
-    const std::string path = TempPath("frameconv_write.png");
-    std::string error;
-    ASSERT_TRUE(ImageFile::WritePng(path, Sample(3, 1, 1, 4095, {0x0102, 4095, 0}), error)) << error;
-    const PngContent png = ReadPng(path);
-    EXPECT_EQ(png.depth * 10 + png.colourType, 16 * 10 + PNG_COLOR_TYPE_GRAY);
-    ASSERT_EQ(png.rows.size(), 1u);
-    EXPECT_EQ(png.rows[0], (std::vector<uint8_t>{0x01, 0x02, 0x0F, 0xFF, 0, 0}));
-    std::remove(path.c_str());
-    EXPECT_FALSE(ImageFile::WritePng(path, Sample(1, 1, 2, 255, {1, 2}), error));
-    EXPECT_FALSE(ImageFile::WritePng("/nonexistent-folder/x.png", Sample(1, 1, 1, 255, {1}), error));
-}
-
 TEST(FrameToSamples, LayoutsBecomeRgbAndDeepFormatsKeepTheirValues)
 {
     const struct {
@@ -150,4 +103,8 @@ TEST(FrameToSamples, LayoutsBecomeRgbAndDeepFormatsKeepTheirValues)
     const std::vector<uint8_t> yuv(8, 0);
     EXPECT_FALSE(ImageFile::FrameToSamples(KORVA_PIXTYPE_YUV422_PACKED, 2, 2, yuv.data(), yuv.size(), image, error));
     EXPECT_FALSE(ImageFile::FrameToSamples(KORVA_PIXTYPE_RGB8_PACKED, 2, 2, yuv.data(), yuv.size(), image, error));
+    // What a PNG can not hold, or where it can not go (the written bytes are
+    // read back in the frameconv runs).
+    EXPECT_FALSE(ImageFile::WritePng(TempPath("frameconv_grey_alpha.png"), Sample(1, 1, 2, 255, {1, 2}), error));
+    EXPECT_FALSE(ImageFile::WritePng("/nonexistent-folder/x.png", Sample(1, 1, 1, 255, {1}), error));
 }

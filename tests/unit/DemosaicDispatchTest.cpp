@@ -79,12 +79,14 @@ TEST(DemosaicDispatch, FlatFieldsCarryTablesIntoEveryChannel)
         {KORVA_PIXTYPE_BAYGR8, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 100, 2.0, 0.5, {200, 100, 50}},
         {KORVA_PIXTYPE_BAYBG8, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 200, 2.0, 0.5, {255, 200, 100}},
         {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 1000, 1.0, 1.0, {62, 62, 62}},
+        // Gains make deep tables that are no plain rescale.
+        {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, kRgb, 1000, 2.0, 0.5, {125, 62, 31}},
         {KORVA_PIXTYPE_BAYGB12, KORVA_PIXTYPE_RGB8_PLANAR, kPlanar8, 4095, 1.0, 1.0, {255, 255, 255}},
         {KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, kPlanar16, 1000, 1.0, 1.0, {1000, 1000, 1000}},
         {KORVA_PIXTYPE_BAYGB10, KORVA_PIXTYPE_RGB10_PLANAR, kPlanar16, 700, 1.0, 1.0, {700, 700, 700}},
         {KORVA_PIXTYPE_BAYGR10, KORVA_PIXTYPE_BGR8_PACKED, kBgr, 1023, 1.0, 1.0, {255, 255, 255}},
     };
-    const int W = 6, H = 5, N = W * H;
+    const int W = 72, H = 5, N = W * H;  // wide enough for the vector rows
     for (int type : {1, 2})
         for (const Case& c : cases) {
             Frame f;
@@ -176,6 +178,23 @@ TEST(DemosaicDispatch, BayerDestinationIsARawCopyThroughTheRedTable)
     }
 }
 
+// No operation sets a step other than 1, but every level honours one: pixel
+// x of row y lands at 2 x of row y, rows running on into the next.
+TEST(DemosaicDispatch, RawCopyHonoursTheStep)
+{
+    const int W = 70, H = 3;
+    Frame f;
+    f.Source(KORVA_PIXTYPE_BAYGR8, W, H, [](int x, int y) { return x + 3 * y; });
+    f.Destination(KORVA_PIXTYPE_BAYGR8, -1, 2 * W);
+    f.proc->mConvDemosaic.miStepX = 2;
+    ASSERT_TRUE(f.Run(1));
+    Bytes expected = f.Untouched();
+    for (int y = 0; y < H; ++y)
+        for (int x = 0; x < W; ++x)
+            expected[static_cast<size_t>(W * y + 2 * x)] = static_cast<unsigned char>(x + 3 * y);
+    EXPECT_EQ(expected, f.dst);
+}
+
 // 16 to 8 bits takes the entry's low byte, 16 to 16 bits the whole entry.
 TEST(DemosaicDispatch, RawCopyChangesDepthByTheSampleWidthRule)
 {
@@ -196,11 +215,16 @@ TEST(DemosaicDispatch, MonoDestinationSwitchesTheMethodForGood)
 {
     const int W = 8, H = 8;
     Frame f;
-    f.Source(KORVA_PIXTYPE_BAYRG8, W, H, Flat(100));
+    f.Source(KORVA_PIXTYPE_BAYRG8, W, H, [](int x, int y) { return 20 * x + 7 * y; });
     f.Destination(KORVA_PIXTYPE_MONO8, -1, kSlack);
     ASSERT_TRUE(f.Run(1));
     EXPECT_EQ(KORVA_DEMOSAIC_MONO, f.proc->mConvDemosaic.miDemosaicType);
     EXPECT_EQ(5, f.proc->mConvDemosaic.miMatrixSize);
+    // The symmetric kernel gives the ramp back, and the repair, one byte a
+    // pixel, leaves it there.
+    for (int y = 2; y < H - 2; ++y)
+        for (int x = 2; x < W - 2; ++x)
+            EXPECT_EQ(20 * x + 7 * y, f.dst[static_cast<size_t>(y * W + x)]) << x << "," << y;
 
     // The colour run writes no pixel; only the border repair of a 5 by 5
     // method moves what the destination held.

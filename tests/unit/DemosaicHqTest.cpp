@@ -136,14 +136,6 @@ TEST_F(DemosaicHq, FlatFieldsPinShiftAndClamp)
             }
         }
     }
-    Depth(8);
-    Mosaic<BYTE> m(5, 9, Flat77);
-    const std::vector<Rgb> expected(5, Rgb{77, 77, 77});
-    for (int phase = 0; phase < 2; ++phase) {
-        ExpectRow(Packed<BYTE, tRGBPIXEL>(m, phase), expected, 1, kByteSentinel, "rgb8");
-        ExpectRow(Packed<BYTE, tBGRPIXEL>(m, phase), expected, 1, kByteSentinel, "bgr8");
-        ExpectRow(Planar<BYTE, BYTE>(m, phase), expected, 1, kByteSentinel, "planes8");
-    }
 }
 
 // An RG mosaic of three flat colour planes: each kernel of the table picks its

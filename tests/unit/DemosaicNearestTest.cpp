@@ -68,11 +68,16 @@ TEST(DemosaicNearest, OddWidthWritesOnePixelPastTheRow)
     for (int y = 0; y < 3; ++y)
         EXPECT_EQ((Rgb{5, 10, 16}), f.At(5, y)) << y;
     EXPECT_EQ((Rgb{kUntouched, kUntouched, kUntouched}), f.At(5, 3));
-    // Two columns still make a pixel: red 1, the carried 0 in blue and in
-    // half of green, (0 + 11) / 2.
+    // Two columns still make a pixel, and so does one into planes: red 1, the
+    // carried 0 in blue and in half of green, (0 + 11) / 2.
     Frame narrow(KORVA_PIXTYPE_BAYRG8, 2, 2, 4);
     ASSERT_TRUE(narrow.proc->mConvDemosaic.Convert());
     EXPECT_EQ((Rgb{1, 5, 0}), narrow.At(0, 1));
+    ConvFrame planes;
+    planes.Source(KORVA_PIXTYPE_BAYRG8, 1, 4, [](int x, int y) { return 10 * y + x + 1; });
+    planes.Destination(KORVA_PIXTYPE_RGB8_PLANAR);
+    ASSERT_TRUE(planes.Run(KORVA_DEMOSAIC_NEAREST));
+    EXPECT_EQ((Rgb{1, 5, 0}), (Rgb{planes.dst[1], planes.dst[5], planes.dst[9]}));
     // Column 4 is the region's last: the repair puts column 2 there.
     for (int y = 0; y < 4; ++y)
         EXPECT_EQ((Rgb{3, 7, 12}), f.At(4, y)) << y;

@@ -213,6 +213,7 @@ TEST(ImgProcFeature, TreeHoldsTheFileLoadFeature)
     IKVValue* value = nullptr;
     ASSERT_EQ(root->getValue(&value), RESULT_OK);
     EXPECT_STREQ(value->getName(), "File name.");
+    EXPECT_EQ(value->getId() * 100 + value->getType() * 10 + value->getValueType(), 100 + KORVA_TYPE_STRING * 10);
     EXPECT_STREQ(root->getName(), "Load a image from file.");
     IKVFeature other(static_cast<KORVA_FeatureId>(481), "other");
     EXPECT_FALSE(image.validate_feature(&other));

@@ -104,6 +104,7 @@ TEST(KvRect, EmptyOperationsChangeNothing)
     }
     const CKvRect r(1, 2, 3, 4);
     EXPECT_EQ(1, MulDiv(7, 0, 0));
+    EXPECT_EQ(2, UnionRect(&r, &r, &other) + IntersectRect(&r, &r, &other));  // the forms for constant rectangles
     EXPECT_EQ(0, EqualRect(&r, &other));
     EXPECT_FALSE(r == *CKvRect(1, 2, 3, 4));
     EXPECT_EQ((Edges{0, 0, 0, 0}), Of(r | other));

@@ -112,6 +112,13 @@ TEST(MonoConverter, RefusalsPlacementAndMissingRows)
     Bind(*proc, proc->mMemDst, dst, 2, 3, KORVA_PIXTYPE_MONO8, 1);
     EXPECT_TRUE(proc->mConvMono.Convert());
     EXPECT_EQ((Bytes{1, 2, E, E, E, E}), dst);
+
+    // A data offset in front of the buffer: of row 0 nothing lies inside, of
+    // row 1 its second pixel; only bytes inside are written.
+    ASSERT_EQ(RESULT_OK, proc->mMemDst.setChunkOfData(KORVA_CHUNK_IMAGE, dst.data(), 6, -3, 6));
+    dst.assign(6, E);
+    EXPECT_TRUE(proc->mConvMono.Convert());
+    EXPECT_EQ((Bytes{4, 5, 6, E, E, E}), dst);
 }
 
 }  // namespace

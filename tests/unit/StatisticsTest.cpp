@@ -200,6 +200,13 @@ TEST(Statistics, PathChoiceAndFailures)
     EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PLANAR, 100, 100, edge)->getAverage(&average, 0, 0, 96, 96), RESULT_OK);
     EXPECT_EQ(average, 90.0);
 
+    // Sampling starts at a row's first pixel: grey 250 there (249 after the
+    // weights), black in the other five of six sampled pixels.
+    std::vector<unsigned char> first(300, 0);
+    std::fill(first.begin(), first.begin() + 3, 250);
+    EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PACKED, 100, 100, first)->getAverage(&average, 0, 0, 100, 100), RESULT_OK);
+    EXPECT_EQ(average, 41.0);  // 249 / 6, whole
+
     // A packed view left at 8 bits by a truncated transform: no shift and
     // no bits of the middle byte.
     auto packed = FlatFrame(KORVA_PIXTYPE_MONO12_PACKED, 100, 100, {0x12, 0x35, 0x12});

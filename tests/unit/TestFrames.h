@@ -35,28 +35,17 @@ struct Format {
     int32_t bppEff;
 };
 
-const Format kMono8 = {KORVA_PIXTYPE_MONO8, 1.0, 8};
-const Format kMono10 = {KORVA_PIXTYPE_MONO10, 2.0, 10};
-const Format kMono16 = {KORVA_PIXTYPE_MONO16, 2.0, 16};
-const Format kMono12Packed = {KORVA_PIXTYPE_MONO12_PACKED, 1.5, 12};
-const Format kRgb8 = {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8};
-const Format kBgr8 = {KORVA_PIXTYPE_BGR8_PACKED, 3.0, 8};
-const Format kRgba8 = {KORVA_PIXTYPE_RGBA8_PACKED, 4.0, 8};
-const Format kBgra8 = {KORVA_PIXTYPE_BGRA8_PACKED, 4.0, 8};
-const Format kRgb10 = {KORVA_PIXTYPE_RGB10_PACKED, 6.0, 10};
-const Format kBgr10 = {KORVA_PIXTYPE_BGR10_PACKED, 6.0, 10};
-const Format kRgb12 = {KORVA_PIXTYPE_RGB12_PACKED, 6.0, 12};
-const Format kBgr12 = {KORVA_PIXTYPE_BGR12_PACKED, 6.0, 12};
-const Format kPlanar8 = {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 8};
-const Format kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10};
-const Format kPlanar12 = {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 12};
-const Format kPlanar16 = {KORVA_PIXTYPE_RGB16_PLANAR, 6.0, 16};
-const Format kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8};
-const Format kYuv411 = {KORVA_PIXTYPE_YUV411_PACKED, 1.5, 8};
-const Format kYuv444 = {KORVA_PIXTYPE_YUV444_PACKED, 3.0, 8};
-const Format kMono12 = {KORVA_PIXTYPE_MONO12, 2.0, 12};
-const Format kMono14 = {KORVA_PIXTYPE_MONO14, 2.0, 14};
-const Format kMono10Packed = {KORVA_PIXTYPE_MONO10_PACKED, 1.5, 10};
+const Format kMono8 = {KORVA_PIXTYPE_MONO8, 1.0, 8}, kMono10 = {KORVA_PIXTYPE_MONO10, 2.0, 10},
+             kMono16 = {KORVA_PIXTYPE_MONO16, 2.0, 16}, kMono12Packed = {KORVA_PIXTYPE_MONO12_PACKED, 1.5, 12},
+             kRgb8 = {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 8}, kBgr8 = {KORVA_PIXTYPE_BGR8_PACKED, 3.0, 8},
+             kRgba8 = {KORVA_PIXTYPE_RGBA8_PACKED, 4.0, 8}, kBgra8 = {KORVA_PIXTYPE_BGRA8_PACKED, 4.0, 8},
+             kRgb10 = {KORVA_PIXTYPE_RGB10_PACKED, 6.0, 10}, kBgr10 = {KORVA_PIXTYPE_BGR10_PACKED, 6.0, 10},
+             kRgb12 = {KORVA_PIXTYPE_RGB12_PACKED, 6.0, 12}, kBgr12 = {KORVA_PIXTYPE_BGR12_PACKED, 6.0, 12},
+             kPlanar8 = {KORVA_PIXTYPE_RGB8_PLANAR, 3.0, 8}, kPlanar10 = {KORVA_PIXTYPE_RGB10_PLANAR, 6.0, 10},
+             kPlanar12 = {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 12}, kPlanar16 = {KORVA_PIXTYPE_RGB16_PLANAR, 6.0, 16},
+             kYuv422 = {KORVA_PIXTYPE_YUV422_PACKED, 2.0, 8}, kYuv411 = {KORVA_PIXTYPE_YUV411_PACKED, 1.5, 8},
+             kYuv444 = {KORVA_PIXTYPE_YUV444_PACKED, 3.0, 8}, kMono12 = {KORVA_PIXTYPE_MONO12, 2.0, 12},
+             kMono14 = {KORVA_PIXTYPE_MONO14, 2.0, 14}, kMono10Packed = {KORVA_PIXTYPE_MONO10_PACKED, 1.5, 10};
 
 // An image object whose buffers belong to the test: the external kind keeps
 // its destructor from releasing them.

@@ -104,34 +104,25 @@ TEST(XmlTyped, ChildrenAndReads)
     ASSERT_TRUE(xml.FindElem());
     long l = 0;
     int i = 0;
+    ASSERT_TRUE(xml.FindChildElem("i"));
+    EXPECT_TRUE(xml.GetChildData(l) && xml.GetChildData(i));
+    EXPECT_EQ(-12 * 3, l + i + xml.GetChildIntData());
+    // Hexadecimal with either x; a leading letter refuses.
+    for (const char* child : {"h", "H", "bad"}) {
+        l = 0;
+        ASSERT_TRUE(xml.FindChildElem(child));
+        EXPECT_EQ(std::string(child) != "bad", xml.GetChildData(l)) << child;
+        EXPECT_TRUE(std::string(child) == "bad" || l == 31) << child;
+    }
     double d = 0;
     float f = 0;
     bool b = false;
     CKvString s;
-    ASSERT_TRUE(xml.FindChildElem("i"));
-    EXPECT_TRUE(xml.GetChildData(l));
-    EXPECT_EQ(-12, l);
-    EXPECT_TRUE(xml.GetChildData(i));
-    EXPECT_EQ(-12, i);
-    EXPECT_EQ(-12, xml.GetChildIntData());
-    ASSERT_TRUE(xml.FindChildElem("h"));
-    EXPECT_TRUE(xml.GetChildData(l));
-    EXPECT_EQ(31, l);
-    ASSERT_TRUE(xml.FindChildElem("H"));
-    EXPECT_TRUE(xml.GetChildData(l));
-    EXPECT_EQ(31, l);
-    ASSERT_TRUE(xml.FindChildElem("bad"));
-    EXPECT_FALSE(xml.GetChildData(l));
     ASSERT_TRUE(xml.FindChildElem("f"));
-    EXPECT_TRUE(xml.GetChildData(d));
-    EXPECT_EQ(2.5, d);
-    EXPECT_TRUE(xml.GetChildData(f));
-    EXPECT_EQ(2.5f, f);
-    EXPECT_TRUE(xml.GetChildData(s));
-    EXPECT_EQ("2.5", Str(s));
+    EXPECT_TRUE(xml.GetChildData(d) && xml.GetChildData(f) && xml.GetChildData(s));
+    EXPECT_TRUE(d == 2.5 && f == 2.5f && Str(s) == "2.5");
     ASSERT_TRUE(xml.FindChildElem("t"));
-    EXPECT_TRUE(xml.GetChildData(b));
-    EXPECT_TRUE(b);
+    EXPECT_TRUE(xml.GetChildData(b) && b);
 
     // The number forms store "true" whatever the number.
     EXPECT_TRUE(xml.AddChildElem("n", 5));

@@ -206,6 +206,12 @@ TEST(YuvConverter, RowPlacementAndMissingRows)
     Bind(*proc, proc->mMemDst, dst, 1, 3, KORVA_PIXTYPE_MONO8, 1);
     EXPECT_TRUE(proc->mConvYUV.Convert());
     EXPECT_EQ((Bytes{7, 8, E}), dst);  // row 1 sits exactly at the chunk's end
+    // So does a missing source row.
+    Bind(*proc, proc->mMemSrc, src, 1, 3, KORVA_PIXTYPE_YUV444_PACKED, 4);
+    Bind(*proc, proc->mMemDst, dst, 1, 3, KORVA_PIXTYPE_MONO8);
+    dst.assign(3, E);
+    EXPECT_TRUE(proc->mConvYUV.Convert());
+    EXPECT_EQ((Bytes{7, 8, E}), dst);
 }
 
 std::string Pattern(const std::string& expression)
