@@ -25,6 +25,7 @@ struct RowCase {
 
 const RowCase kCases[] = {
     {"BAYRG8_to_BGR8_PACKED", "nearest", kRowsNearest, kLayoutBGR, false},
+    {"BAYRG8_to_RGB8_PACKED", "nearest_balance_1.4_1.0_1.8", kRowsNearest, kLayoutRGB, true},
     {"BAYRG8_to_BGR8_PACKED", "bilinear", kRowsBilinear, kLayoutBGR, false},
     {"BAYRG8_to_BGR8_PACKED", "bilinear_balance_1.4_1.0_1.8", kRowsBilinear, kLayoutBGR, true},
     {"BAYRG8_to_RGB8_PLANAR", "bilinear", kRowsBilinear, kLayoutPlanar, false},

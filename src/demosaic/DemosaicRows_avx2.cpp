@@ -69,20 +69,7 @@ struct ByteTables {
             const __m256i hi = _mm256_min_epu16(
                 _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, index), gain[k]), shift[k]), most);
             const __m256i scaled = _mm256_packus_epi16(lo, hi);
-            if (kind[k] == 1)
-                return scaled;
-            // Byte index >> 3 of the map: 0..15 from the low half, 16..31
-            // from the high one; the bit is index & 7.
-            const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(0x1F));
-            const __m256i bytes =
-                _mm256_or_si256(_mm256_shuffle_epi8(fixLow[k], _mm256_adds_epu8(at, _mm256_set1_epi8(0x70))),
-                                _mm256_shuffle_epi8(fixHigh[k], _mm256_sub_epi8(at, _mm256_set1_epi8(16))));
-            const __m256i bit = _mm256_shuffle_epi8(
-                _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64, -128,
-                                 0, 0, 0, 0, 0, 0, 0, 0),
-                _mm256_and_si256(index, _mm256_set1_epi8(7)));
-            // All ones, that is -1, where the bit is set.
-            return _mm256_add_epi8(scaled, _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit));
+            return kind[k] == 1 ? scaled : Fix(k, index, scaled);
         }
         const __m256i sixteen = _mm256_set1_epi8(16);
         const __m256i high = _mm256_set1_epi8(0x70);
@@ -93,6 +80,32 @@ struct ByteTables {
             at = _mm256_sub_epi8(at, sixteen);
         }
         return result;
+    }
+
+    // A gain table (kind 1 or 2) on 16-bit lanes that hold an index below
+    // 256, given both as it is and moved to the high half: the table's bytes
+    // in the low halves, without unpacking. Index 0 is never marked, so the
+    // high halves stay 0.
+    __m256i Gained16(int k, __m256i index, __m256i high) const
+    {
+        const __m256i scaled = _mm256_min_epu16(_mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]),
+                                                _mm256_set1_epi16(255));
+        return kind[k] == 1 ? scaled : Fix(k, index, scaled);
+    }
+
+    // `scaled` less 1 in the bytes whose index is marked in the map.
+    __m256i Fix(int k, __m256i index, __m256i scaled) const
+    {
+        // Byte index >> 3 of the map: its low four bits pick the byte in
+        // either half, the index's top bit the half; the bit is index & 7.
+        const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(0x0F));
+        const __m256i bytes =
+            _mm256_blendv_epi8(_mm256_shuffle_epi8(fixLow[k], at), _mm256_shuffle_epi8(fixHigh[k], at), index);
+        const __m256i bit = _mm256_shuffle_epi8(_mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0,
+                                                                 1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0),
+                                                _mm256_and_si256(index, _mm256_set1_epi8(7)));
+        // All ones, that is -1, where the bit is set.
+        return _mm256_add_epi8(scaled, _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit));
     }
 };
 
@@ -208,7 +221,12 @@ void NearestPairs(const DemosaicRowArgs& r)
         const __m256i greens =
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
-        if (kTables)
+        if (kTables && (tables.kind[0] == 1 || tables.kind[0] == 2)) {
+            // Red repeats within each pair: half the work in 16-bit lanes.
+            const __m256i scaled = tables.Gained16(0, red0, _mm256_slli_epi16(rgAt, 8));
+            Put<kLayout>(outs, c, _mm256_or_si256(scaled, _mm256_slli_epi16(scaled, 8)), tables(1, greens),
+                         tables(2, blue), il);
+        } else if (kTables)
             Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
         else
             Put<kLayout>(outs, c, red, greens, blue, il);
@@ -493,8 +511,8 @@ template <int kRed, int kGreen1, int kGreen2, int kBlue>
 void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
 {
     const __m256i low = _mm256_set1_epi16(0x00FF);
-    const __m256i from = _mm256_set1_epi16(21);
-    const __m256i to = _mm256_set1_epi16(249);
+    const __m256i below = _mm256_set1_epi16(20);
+    const __m256i above = _mm256_set1_epi16(250);
     const __m256i ones = _mm256_set1_epi16(1);
     const uint32_t whole = cells & ~15u;
     uint64_t red = 0, green = 0, blue = 0, count = 0;
@@ -510,11 +528,12 @@ void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cel
             const __m256i r = site[kRed];
             const __m256i g = _mm256_srli_epi16(_mm256_add_epi16(site[kGreen1], site[kGreen2]), 1);
             const __m256i bl = site[kBlue];
-            // All-ones lanes where a value stays the same when clamped to 21..249.
-            const __m256i usable = _mm256_and_si256(
-                _mm256_and_si256(_mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(r, from), to), r),
-                                 _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(g, from), to), g)),
-                _mm256_cmpeq_epi16(_mm256_min_epu16(_mm256_max_epu16(bl, from), to), bl));
+            // All-ones lanes where the least and the greatest of the three
+            // lie in 21..249 (values under 256: signed compares will do).
+            const __m256i least = _mm256_min_epi16(_mm256_min_epi16(r, g), bl);
+            const __m256i most = _mm256_max_epi16(_mm256_max_epi16(r, g), bl);
+            const __m256i usable =
+                _mm256_and_si256(_mm256_cmpgt_epi16(least, below), _mm256_cmpgt_epi16(above, most));
             r16 = _mm256_add_epi16(r16, _mm256_and_si256(r, usable));
             g16 = _mm256_add_epi16(g16, _mm256_and_si256(g, usable));
             b16 = _mm256_add_epi16(b16, _mm256_and_si256(bl, usable));
