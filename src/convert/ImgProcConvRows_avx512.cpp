@@ -5,7 +5,9 @@
 // needs. Own namespace, as for every ISA file.
 // GCC 12's AVX-512 intrinsics start some results from a deliberately
 // undefined register and then report it as maybe uninitialised.
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 
 #include <cstring>

@@ -8,7 +8,9 @@
 
 // Several AVX-512 intrinsics start from a deliberately undefined vector,
 // which GCC 12 reports as uninitialised wherever they are inlined.
+#if !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #pragma GCC diagnostic ignored "-Wuninitialized"
 
 #include <cstddef>
