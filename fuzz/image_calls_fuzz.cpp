@@ -23,80 +23,36 @@ extern "C" const char* __asan_default_options()
 
 namespace {
 
-const int kFormats[] = {
-    0,
-    KORVA_PIXTYPE_MONO8,
-    static_cast<int>(KORVA_PIXTYPE_MONO8_LUT),
-    KORVA_PIXTYPE_MONO8_SIGNED,
-    KORVA_PIXTYPE_MONO10,
-    KORVA_PIXTYPE_MONO10_PACKED,
-    KORVA_PIXTYPE_MONO12,
-    static_cast<int>(KORVA_PIXTYPE_MONO12_LUT),
-    KORVA_PIXTYPE_MONO12_PACKED,
-    KORVA_PIXTYPE_MONO14,
-    KORVA_PIXTYPE_MONO16,
-    KORVA_PIXTYPE_BAYGR8,
-    KORVA_PIXTYPE_BAYRG8,
-    KORVA_PIXTYPE_BAYGB8,
-    KORVA_PIXTYPE_BAYBG8,
-    KORVA_PIXTYPE_BAYGR10,
-    KORVA_PIXTYPE_BAYRG10,
-    KORVA_PIXTYPE_BAYGB12,
-    KORVA_PIXTYPE_BAYBG12,
-    KORVA_PIXTYPE_RGB8_PACKED,
-    KORVA_PIXTYPE_BGR8_PACKED,
-    KORVA_PIXTYPE_RGBA8_PACKED,
-    KORVA_PIXTYPE_BGRA8_PACKED,
-    KORVA_PIXTYPE_RGB10_PACKED,
-    KORVA_PIXTYPE_BGR10_PACKED,
-    KORVA_PIXTYPE_RGB12_PACKED,
-    KORVA_PIXTYPE_BGR12_PACKED,
-    KORVA_PIXTYPE_RGB10V1_PACKED,
-    KORVA_PIXTYPE_RGB10V2_PACKED,
-    KORVA_PIXTYPE_YUV411_PACKED,
-    KORVA_PIXTYPE_YUV422_PACKED,
-    KORVA_PIXTYPE_YUV444_PACKED,
-    KORVA_PIXTYPE_RGB8_PLANAR,
-    KORVA_PIXTYPE_RGB10_PLANAR,
-    KORVA_PIXTYPE_RGB12_PLANAR,
-    KORVA_PIXTYPE_RGB16_PLANAR,
-    0x02100032,  // codes without a record
-    0x02300033,
-    0x7FFFFFFF,
-};
-
 const int kMethods[] = {0, 1, 2, 3, 100, 101, 102, -1, 7};
 
-bool IsPlanar(uint32_t f)
+// Every code of the plug-in's own catalogue, 0 and codes without a record.
+std::vector<int> FormatCodes()
 {
-    return f == static_cast<uint32_t>(KORVA_PIXTYPE_RGB8_PLANAR) ||
-           f == static_cast<uint32_t>(KORVA_PIXTYPE_RGB10_PLANAR) ||
-           f == static_cast<uint32_t>(KORVA_PIXTYPE_RGB12_PLANAR) ||
-           f == static_cast<uint32_t>(KORVA_PIXTYPE_RGB16_PLANAR);
+    CImgProc catalogue;
+    std::vector<int> codes = {0, 0x02100032, 0x02300033, 0x7FFFFFFF};
+    for (const auto& entry : catalogue.mPixelFormatMap)
+        codes.push_back(static_cast<int>(entry.first));
+    return codes;
 }
 
-bool IsYuv(uint32_t f)
+// The planar converter serves only RGB8_PLANAR and the YUV converter a few
+// destinations; both assert on any other. Asked of the source's own record.
+bool StopsByDesign(CImgProc& source, uint32_t from, uint32_t destination)
 {
-    return f == static_cast<uint32_t>(KORVA_PIXTYPE_YUV411_PACKED) ||
-           f == static_cast<uint32_t>(KORVA_PIXTYPE_YUV422_PACKED) ||
-           f == static_cast<uint32_t>(KORVA_PIXTYPE_YUV444_PACKED);
-}
-
-// The planar and YUV converters assert on destinations they do not serve.
-bool StopsByDesign(uint32_t source, uint32_t destination)
-{
-    if (IsPlanar(source))
+    const auto found = source.mPixelFormatMap.find(from);
+    if (found == source.mPixelFormatMap.end())
+        return false;
+    const CImgProcConv* converter = found->second.mpFormatConverter;
+    if (converter == &source.mConvRGBPlanar)
         return destination != static_cast<uint32_t>(KORVA_PIXTYPE_RGB8_PLANAR);
-    if (IsYuv(source)) {
-        static const int served[] = {KORVA_PIXTYPE_RGB8_PACKED,  KORVA_PIXTYPE_BGR8_PACKED,   KORVA_PIXTYPE_RGBA8_PACKED,
-                                     KORVA_PIXTYPE_BGRA8_PACKED, KORVA_PIXTYPE_MONO8,         KORVA_PIXTYPE_YUV411_PACKED,
-                                     KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV444_PACKED};
-        for (int f : served)
-            if (destination == static_cast<uint32_t>(f))
-                return false;
-        return true;
-    }
-    return false;
+    if (converter != &source.mConvYUV)
+        return false;
+    for (int served : {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGR8_PACKED, KORVA_PIXTYPE_RGBA8_PACKED,
+                       KORVA_PIXTYPE_BGRA8_PACKED, KORVA_PIXTYPE_MONO8, KORVA_PIXTYPE_YUV411_PACKED,
+                       KORVA_PIXTYPE_YUV422_PACKED, KORVA_PIXTYPE_YUV444_PACKED})
+        if (destination == static_cast<uint32_t>(served))
+            return false;
+    return true;
 }
 
 struct Host {
@@ -144,7 +100,11 @@ struct Host {
         return p;
     }
 
-    int Format() { return in.Pick(kFormats); }
+    int Format()
+    {
+        static const std::vector<int> codes = FormatCodes();
+        return codes[static_cast<size_t>(in.Range(0, static_cast<int>(codes.size()) - 1))];
+    }
 
     // An address in or next to the object's buffer, for chunks.
     unsigned char* Near(CImgProc& o, int& length)
@@ -164,7 +124,7 @@ struct Host {
     static bool Refused(CImgProc& source, uint32_t wish)
     {
         const uint32_t from = source.mMemSrc.miPixelFormat;
-        return StopsByDesign(from, wish == 0 ? from : wish);
+        return StopsByDesign(source, from, wish == 0 ? from : wish);
     }
 
     void Step()
