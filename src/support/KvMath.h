@@ -15,15 +15,6 @@ inline int32_t KvTruncToInt32(double value)
     return INT32_MIN;
 }
 
-// Truncation to a 64-bit integer first, then the low 32 bits, as a
-// conversion of a double to a 32-bit unsigned number does on x86-64.
-inline uint32_t KvTruncToUint32(double value)
-{
-    if (value > -9223372036854775809.0 && value < 9223372036854775808.0)
-        return static_cast<uint32_t>(static_cast<uint64_t>(static_cast<int64_t>(value)));
-    return 0;
-}
-
 // 32-bit signed arithmetic that wraps like the hardware instead of being
 // undefined on overflow.
 inline uint32_t KvU32(int32_t value)
