@@ -477,6 +477,59 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
+// Four-byte pixels, sixteen a step, in fewer shuffles: lane 0 takes pixels
+// 0..3 and 8..11, lane 1 pixels 4..7 and 12..15, so that the unpacks that
+// interleave the samples leave pixels 0..7 in one register and 8..15 in the
+// other. The second source register starts two bytes early, which puts its
+// samples of each kind on bytes the first one's do not use: one blend and one
+// byte shuffle give the words of one kind.
+struct sYuv444QuadPick {
+    __m256i blend[3], pick[3];  // u, y, v
+    sYuv444QuadPick()
+    {
+        for (int k = 0; k < 3; ++k) {
+            signed char m[16], q[16];
+            for (int j = 0; j < 16; ++j)
+                m[j] = 0;
+            for (int i = 0; i < 4; ++i)
+                m[k + 2 + 3 * i] = -1;
+            for (int j = 0; j < 8; ++j) {
+                q[2 * j] = static_cast<signed char>(j < 4 ? k + 3 * j : k + 2 + 3 * (j - 4));
+                q[2 * j + 1] = -1;
+            }
+            blend[k] = Lanes(m);
+            pick[k] = Lanes(q);
+        }
+    }
+};
+
+template <int Red, int Blue>
+int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    static const sYuv444QuadPick pick;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    int32_t x = 0;
+    // The last load ends two bytes into pixel 16.
+    for (; NextStep(x, width, 17, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu2(s, s + 12);
+        const __m256i b = Loadu2(s + 22, s + 34);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm256_shuffle_epi8(_mm256_blendv_epi8(a, b, pick.blend[k]), pick.pick[k]);
+        __m256i red, green, blue;
+        Colours(c[1], _mm256_sub_epi16(c[0], neutral), _mm256_sub_epi16(c[2], neutral), red, green, blue);
+        const __m256i outer = Red == 0 ? _mm256_packus_epi16(red, blue) : _mm256_packus_epi16(blue, red);
+        const __m256i middle = _mm256_packus_epi16(green, green);
+        const __m256i pairs = _mm256_unpacklo_epi8(outer, middle);
+        const __m256i last = _mm256_unpackhi_epi8(outer, _mm256_setzero_si256());
+        unsigned char* d = dst + 4 * static_cast<std::ptrdiff_t>(x);
+        Storeu(d, _mm256_unpacklo_epi16(pairs, last));
+        Storeu(d + 32, _mm256_unpackhi_epi16(pairs, last));
+    }
+    return x;
+}
+
 // Groups of U Y Y V Y Y, 32 pixels a step: lane 0 of the two source
 // registers holds groups 0, 1 and 4, 5, lane 1 groups 2, 3 and 6, 7, so the
 // chroma terms are computed once a group, for eight groups in one register,
@@ -606,9 +659,9 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->yuv422[1][0] = Yuv422<0, 2, 3>;
     b->yuv422[1][1] = Yuv422<0, 2, 4>;
     b->yuv444[0][0] = Yuv444<2, 0, 3>;
-    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[0][1] = Yuv444Quad<2, 0>;
     b->yuv444[1][0] = Yuv444<0, 2, 3>;
-    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv444[1][1] = Yuv444Quad<0, 2>;
     b->yuv411[0][0] = Yuv411<2, 0, 3>;
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;
