@@ -425,7 +425,8 @@ struct sColourStore {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const int32_t even = width & ~1;
     int32_t x = 0;
     for (; NextStep(x, even, 16, 16); x += 16) {
@@ -459,8 +460,10 @@ struct sYuv444Pick {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sYuv444Pick pick;
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sYuv444Pick table;
+    const sYuv444Pick pick = table;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
     int32_t x = 0;
     for (; NextStep(x, width, 16, 16); x += 16) {
@@ -506,8 +509,13 @@ struct sYuv444QuadPick {
 template <int Red, int Blue>
 int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sYuv444QuadPick pick;
+    // A local copy: the byte stores below may alias a static, which would
+    // reload every mask each step.
+    static const sYuv444QuadPick table;
+    const sYuv444QuadPick pick = table;
     const __m256i neutral = _mm256_set1_epi16(127);
+    const __m256i redMul = _mm256_set1_epi16(26411), blueMul = _mm256_set1_epi16(-14877);
+    const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
     int32_t x = 0;
     // The last load ends two bytes into pixel 16.
     for (; NextStep(x, width, 17, 16); x += 16) {
@@ -517,8 +525,21 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
         __m256i c[3];
         for (int k = 0; k < 3; ++k)
             c[k] = _mm256_shuffle_epi8(_mm256_blendv_epi8(a, b, pick.blend[k]), pick.pick[k]);
-        __m256i red, green, blue;
-        Colours(c[1], _mm256_sub_epi16(c[0], neutral), _mm256_sub_epi16(c[2], neutral), red, green, blue);
+        const __m256i luma = c[1];
+        const __m256i u = _mm256_sub_epi16(c[0], neutral);
+        const __m256i v = _mm256_sub_epi16(c[2], neutral);
+        const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, redMul));
+        const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, blueMul));
+        // The green correction of even pixels from (u, v) pairs made with
+        // shifts and blends, of odd ones likewise; the high word of each
+        // product is its floor. Same products as the unpacks would give,
+        // without the shuffle port.
+        const __m256i even = _mm256_madd_epi16(_mm256_blend_epi16(u, _mm256_slli_epi32(v, 16), 0xAA), weights);
+        const __m256i odd = _mm256_madd_epi16(_mm256_blend_epi16(_mm256_srli_epi32(u, 16), v, 0xAA), weights);
+        const __m256i greenTerm = _mm256_add_epi16(v, _mm256_blend_epi16(_mm256_srli_epi32(even, 16), odd, 0xAA));
+        const __m256i red = _mm256_add_epi16(luma, redTerm);
+        const __m256i green = _mm256_sub_epi16(luma, greenTerm);
+        const __m256i blue = _mm256_add_epi16(luma, blueTerm);
         const __m256i outer = Red == 0 ? _mm256_packus_epi16(red, blue) : _mm256_packus_epi16(blue, red);
         const __m256i middle = _mm256_packus_epi16(green, green);
         const __m256i pairs = _mm256_unpacklo_epi8(outer, middle);
@@ -551,7 +572,8 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
     const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
     const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
     const int32_t whole = width & ~3;
