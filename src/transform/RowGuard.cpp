@@ -111,6 +111,23 @@ unsigned char* CRowGuard::WriteCopy(unsigned char* row, int slot)
     return scratch - mWriteSpan.lo;
 }
 
+int64_t CRowGuard::JoinableRows(const sEvenRows& even, int64_t rows, int64_t width) const
+{
+    const std::ptrdiff_t readRow = mReadSpan.hi, writeRow = mWriteSpan.hi;
+    if (!even.on || rows < 2 || width <= 0 || mReadSpan.lo != 0 || mWriteSpan.lo != 0 || readRow <= 0 ||
+        writeRow <= 0 || even.srcPitch != readRow || even.dstPitch != writeRow || mSrcBegin == 0 || mDstBegin == 0)
+        return 1;
+    const int64_t src = At(even.src), dst = At(even.dst);
+    const int64_t srcEnd = src + rows * readRow, dstEnd = dst + rows * writeRow;
+    if (src < static_cast<int64_t>(mSrcBegin) || srcEnd > static_cast<int64_t>(mSrcEnd) ||
+        dst < static_cast<int64_t>(mDstBegin) || dstEnd > static_cast<int64_t>(mDstEnd) ||
+        (dst < srcEnd && src < dstEnd))
+        return 1;
+    // Pixel counts stay well inside the row functions' 32-bit widths.
+    const int64_t most = (int64_t{1} << 30) / width;
+    return most < 1 ? 1 : (most < rows ? most : rows);
+}
+
 void CRowGuard::FlushPending()
 {
     mAnyPending = false;

@@ -83,6 +83,14 @@ public:
     // pointer and find further planes at a fixed distance.
     std::ptrdiff_t WriteStride() const { return mWriteStride; }
 
+    // How many of the rows (at most `rows`) one call of a row function may
+    // take as a single row of that many times `width` pixels: where both
+    // views' rows follow each other without a gap, every row's span is just
+    // its own bytes, all of them lie inside the buffers and the two ranges
+    // do not overlap. 1 where they cannot be joined. Only for row functions
+    // whose every pixel depends on its own source pixel alone.
+    int64_t JoinableRows(const sEvenRows& even, int64_t rows, int64_t width) const;
+
     // Copies back the in-buffer bytes of every scratch row written since the
     // last Flush.
     void Flush()
