@@ -56,6 +56,16 @@ inline __m256i Loadu2(const unsigned char* lo, const unsigned char* hi)
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
 }
 
+// As Loadu2 from two broadcasts and a dword blend: the broadcasts run in
+// the load unit and the blend on any vector pipe, the insert would take a
+// shuffle slot.
+inline __m256i Loadu2Blend(const unsigned char* lo, const unsigned char* hi)
+{
+    return _mm256_blend_epi32(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lo))),
+                              _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(hi))),
+                              0xF0);
+}
+
 inline void Store128(unsigned char* p, __m128i v)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
@@ -520,8 +530,8 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
     // The last load ends two bytes into pixel 16.
     for (; NextStep(x, width, 17, 16); x += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
-        const __m256i a = Loadu2(s, s + 12);
-        const __m256i b = Loadu2(s + 22, s + 34);
+        const __m256i a = Loadu2Blend(s, s + 12);
+        const __m256i b = Loadu2Blend(s + 22, s + 34);
         __m256i c[3];
         for (int k = 0; k < 3; ++k)
             c[k] = _mm256_shuffle_epi8(_mm256_blendv_epi8(a, b, pick.blend[k]), pick.pick[k]);
