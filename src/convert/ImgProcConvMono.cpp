@@ -220,6 +220,19 @@ bool CImgProcConvMono::OnConvert()
                                                KvWrap32(static_cast<uint32_t>(miStepY) * top +
                                                         static_cast<uint32_t>(miDstStartY)),
                                                miStepY);
+    // Rows of plain samples that lie back to back in both buffers go through
+    // in long calls: each pixel depends on its own sample only.
+    const int64_t rows = static_cast<int64_t>(bottom) - static_cast<int64_t>(top);
+    const bool packed = mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO10_PACKED ||
+                        mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO12_PACKED;
+    const int64_t join = packed || miStepX != 1 || top >= bottom ? 1 : mRowGuard.JoinableRows(even, rows, width);
+    if (join > 1) {
+        for (int64_t k = 0; k < rows; k += join) {
+            const int64_t n = rows - k < join ? rows - k : join;
+            row.convert(even.Src(k), even.Dst(k), static_cast<int32_t>(n * width), row);
+        }
+        return true;
+    }
     for (uint32_t y = top; y < bottom; ++y) {
         const int32_t dstY = KvWrap32(static_cast<uint32_t>(miStepY) * y + static_cast<uint32_t>(miDstStartY));
         unsigned char* dst = even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, dstY, 0);

@@ -429,6 +429,18 @@ bool CImgProcConvRGB::OnConvert()
     const int32_t top = mRectSrc.top;
     const sEvenRows even = CRowGuard::EvenRows(*mpMemSrc, 0, top, mRectSrc.bottom, *mpMemDst, miDstStartX,
                                                DstRow(miStepY, top, miDstStartY), miStepY);
+    // Packed rows that lie back to back in both buffers go through in long
+    // calls: each pixel depends on its own source pixel only.
+    const int64_t rows = static_cast<int64_t>(mRectSrc.bottom) - top;
+    const int64_t join = planes || row == nullptr || miStepX != 1 || rows < 2 ? 1
+                                                                               : mRowGuard.JoinableRows(even, rows, width);
+    if (join > 1) {
+        for (int64_t k = 0; k < rows; k += join) {
+            const int64_t n = rows - k < join ? rows - k : join;
+            row(even.Src(k), even.Dst(k), static_cast<int32_t>(n * width), context);
+        }
+        return true;
+    }
     for (int32_t y = top; y < mRectSrc.bottom; ++y) {
         unsigned char* dst =
             even.on ? even.Dst(y - top) : mpMemDst->GetImagePointer(miDstStartX, DstRow(miStepY, y, miDstStartY), 0);

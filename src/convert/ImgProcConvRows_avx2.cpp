@@ -56,6 +56,16 @@ inline __m256i Loadu2(const unsigned char* lo, const unsigned char* hi)
         _mm_loadu_si128(reinterpret_cast<const __m128i*>(hi)), 1);
 }
 
+// As Loadu2 from two broadcasts and a dword blend: the broadcasts run in
+// the load unit and the blend on any vector pipe, the insert would take a
+// shuffle slot.
+inline __m256i Loadu2Blend(const unsigned char* lo, const unsigned char* hi)
+{
+    return _mm256_blend_epi32(_mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lo))),
+                              _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(hi))),
+                              0xF0);
+}
+
 inline void Store128(unsigned char* p, __m128i v)
 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
@@ -425,7 +435,8 @@ struct sColourStore {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const int32_t even = width & ~1;
     int32_t x = 0;
     for (; NextStep(x, even, 16, 16); x += 16) {
@@ -459,8 +470,10 @@ struct sYuv444Pick {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sYuv444Pick pick;
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sYuv444Pick table;
+    const sYuv444Pick pick = table;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
     int32_t x = 0;
     for (; NextStep(x, width, 16, 16); x += 16) {
@@ -473,6 +486,77 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
         __m256i red, green, blue;
         Colours(c[1], _mm256_sub_epi16(c[0], neutral), _mm256_sub_epi16(c[2], neutral), red, green, blue);
         out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    }
+    return x;
+}
+
+// Four-byte pixels, sixteen a step, in fewer shuffles: lane 0 takes pixels
+// 0..3 and 8..11, lane 1 pixels 4..7 and 12..15, so that the unpacks that
+// interleave the samples leave pixels 0..7 in one register and 8..15 in the
+// other. The second source register starts two bytes early, which puts its
+// samples of each kind on bytes the first one's do not use: one blend and one
+// byte shuffle give the words of one kind.
+struct sYuv444QuadPick {
+    __m256i blend[3], pick[3];  // u, y, v
+    sYuv444QuadPick()
+    {
+        for (int k = 0; k < 3; ++k) {
+            signed char m[16], q[16];
+            for (int j = 0; j < 16; ++j)
+                m[j] = 0;
+            for (int i = 0; i < 4; ++i)
+                m[k + 2 + 3 * i] = -1;
+            for (int j = 0; j < 8; ++j) {
+                q[2 * j] = static_cast<signed char>(j < 4 ? k + 3 * j : k + 2 + 3 * (j - 4));
+                q[2 * j + 1] = -1;
+            }
+            blend[k] = Lanes(m);
+            pick[k] = Lanes(q);
+        }
+    }
+};
+
+template <int Red, int Blue>
+int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
+{
+    // A local copy: the byte stores below may alias a static, which would
+    // reload every mask each step.
+    static const sYuv444QuadPick table;
+    const sYuv444QuadPick pick = table;
+    const __m256i neutral = _mm256_set1_epi16(127);
+    const __m256i redMul = _mm256_set1_epi16(26411), blueMul = _mm256_set1_epi16(-14877);
+    const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    int32_t x = 0;
+    // The last load ends two bytes into pixel 16.
+    for (; NextStep(x, width, 17, 16); x += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu2Blend(s, s + 12);
+        const __m256i b = Loadu2Blend(s + 22, s + 34);
+        __m256i c[3];
+        for (int k = 0; k < 3; ++k)
+            c[k] = _mm256_shuffle_epi8(_mm256_blendv_epi8(a, b, pick.blend[k]), pick.pick[k]);
+        const __m256i luma = c[1];
+        const __m256i u = _mm256_sub_epi16(c[0], neutral);
+        const __m256i v = _mm256_sub_epi16(c[2], neutral);
+        const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, redMul));
+        const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, blueMul));
+        // The green correction of even pixels from (u, v) pairs made with
+        // shifts and blends, of odd ones likewise; the high word of each
+        // product is its floor. Same products as the unpacks would give,
+        // without the shuffle port.
+        const __m256i even = _mm256_madd_epi16(_mm256_blend_epi16(u, _mm256_slli_epi32(v, 16), 0xAA), weights);
+        const __m256i odd = _mm256_madd_epi16(_mm256_blend_epi16(_mm256_srli_epi32(u, 16), v, 0xAA), weights);
+        const __m256i greenTerm = _mm256_add_epi16(v, _mm256_blend_epi16(_mm256_srli_epi32(even, 16), odd, 0xAA));
+        const __m256i red = _mm256_add_epi16(luma, redTerm);
+        const __m256i green = _mm256_sub_epi16(luma, greenTerm);
+        const __m256i blue = _mm256_add_epi16(luma, blueTerm);
+        const __m256i outer = Red == 0 ? _mm256_packus_epi16(red, blue) : _mm256_packus_epi16(blue, red);
+        const __m256i middle = _mm256_packus_epi16(green, green);
+        const __m256i pairs = _mm256_unpacklo_epi8(outer, middle);
+        const __m256i last = _mm256_unpackhi_epi8(outer, _mm256_setzero_si256());
+        unsigned char* d = dst + 4 * static_cast<std::ptrdiff_t>(x);
+        Storeu(d, _mm256_unpacklo_epi16(pairs, last));
+        Storeu(d + 32, _mm256_unpackhi_epi16(pairs, last));
     }
     return x;
 }
@@ -498,7 +582,8 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
     const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
     const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    static const sColourStore<Red, Blue, Bytes> out;
+    static const sColourStore<Red, Blue, Bytes> store;
+    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
     const int32_t whole = width & ~3;
@@ -606,9 +691,9 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->yuv422[1][0] = Yuv422<0, 2, 3>;
     b->yuv422[1][1] = Yuv422<0, 2, 4>;
     b->yuv444[0][0] = Yuv444<2, 0, 3>;
-    b->yuv444[0][1] = Yuv444<2, 0, 4>;
+    b->yuv444[0][1] = Yuv444Quad<2, 0>;
     b->yuv444[1][0] = Yuv444<0, 2, 3>;
-    b->yuv444[1][1] = Yuv444<0, 2, 4>;
+    b->yuv444[1][1] = Yuv444Quad<0, 2>;
     b->yuv411[0][0] = Yuv411<2, 0, 3>;
     b->yuv411[0][1] = Yuv411<2, 0, 4>;
     b->yuv411[1][0] = Yuv411<0, 2, 3>;

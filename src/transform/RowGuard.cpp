@@ -22,11 +22,6 @@ void Grow(std::vector<unsigned char>& v, std::ptrdiff_t bytes)
         v.resize(static_cast<size_t>(bytes));
 }
 
-bool Inside(int64_t begin, int64_t end, int64_t a, int64_t b)
-{
-    return begin != 0 && a >= begin && b <= end;
-}
-
 }  // namespace
 
 CRowGuard::CRowGuard()
@@ -40,7 +35,8 @@ CRowGuard::CRowGuard()
       mWriteStride(0),
       mReadSlots(kReadSlots),
       mWriteSlots(kWriteSlots),
-      mPending{}
+      mPending{},
+      mAnyPending(false)
 {
 }
 
@@ -78,23 +74,7 @@ void CRowGuard::Begin(const CMemoryAccess& source, const CMemoryAccess& destinat
     mWriteStride = (write.hi - write.lo) + 2 * kPad;
     for (uintptr_t& p : mPending)
         p = 0;
-}
-
-bool CRowGuard::ReadInside(const void* row) const
-{
-    return Inside(static_cast<int64_t>(mSrcBegin), static_cast<int64_t>(mSrcEnd), At(row) + mReadSpan.lo,
-                  At(row) + mReadSpan.hi);
-}
-
-bool CRowGuard::WriteInside(const void* row) const
-{
-    return Inside(static_cast<int64_t>(mDstBegin), static_cast<int64_t>(mDstEnd), At(row) + mWriteSpan.lo,
-                  At(row) + mWriteSpan.hi);
-}
-
-const unsigned char* CRowGuard::Read(const unsigned char* row, int slot)
-{
-    return ReadInside(row) ? row : ReadCopy(row, slot);
+    mAnyPending = false;
 }
 
 const unsigned char* CRowGuard::ReadCopy(const unsigned char* row, int slot)
@@ -113,11 +93,6 @@ const unsigned char* CRowGuard::ReadCopy(const unsigned char* row, int slot)
     return scratch - mReadSpan.lo;
 }
 
-unsigned char* CRowGuard::Write(unsigned char* row, int slot)
-{
-    return WriteInside(row) ? row : WriteCopy(row, slot);
-}
-
 unsigned char* CRowGuard::WriteCopy(unsigned char* row, int slot)
 {
     Grow(mWrite, mWriteStride * mWriteSlots);
@@ -132,11 +107,30 @@ unsigned char* CRowGuard::WriteCopy(unsigned char* row, int slot)
         std::memcpy(scratch + (from - a), reinterpret_cast<const void*>(static_cast<uintptr_t>(from)),
                     static_cast<size_t>(to - from));
     mPending[slot] = static_cast<uintptr_t>(a);
+    mAnyPending = true;
     return scratch - mWriteSpan.lo;
 }
 
-void CRowGuard::Flush()
+int64_t CRowGuard::JoinableRows(const sEvenRows& even, int64_t rows, int64_t width) const
 {
+    const std::ptrdiff_t readRow = mReadSpan.hi, writeRow = mWriteSpan.hi;
+    if (!even.on || rows < 2 || width <= 0 || mReadSpan.lo != 0 || mWriteSpan.lo != 0 || readRow <= 0 ||
+        writeRow <= 0 || even.srcPitch != readRow || even.dstPitch != writeRow || mSrcBegin == 0 || mDstBegin == 0)
+        return 1;
+    const int64_t src = At(even.src), dst = At(even.dst);
+    const int64_t srcEnd = src + rows * readRow, dstEnd = dst + rows * writeRow;
+    if (src < static_cast<int64_t>(mSrcBegin) || srcEnd > static_cast<int64_t>(mSrcEnd) ||
+        dst < static_cast<int64_t>(mDstBegin) || dstEnd > static_cast<int64_t>(mDstEnd) ||
+        (dst < srcEnd && src < dstEnd))
+        return 1;
+    // Pixel counts stay well inside the row functions' 32-bit widths.
+    const int64_t most = (int64_t{1} << 30) / width;
+    return most < 1 ? 1 : (most < rows ? most : rows);
+}
+
+void CRowGuard::FlushPending()
+{
+    mAnyPending = false;
     const std::ptrdiff_t length = mWriteSpan.hi - mWriteSpan.lo;
     for (int slot = 0; slot < kWriteSlots; ++slot) {
         if (mPending[slot] == 0)

@@ -60,11 +60,15 @@ public:
     void Begin(const CMemoryAccess& source, const CMemoryAccess& destination, sRowSpan read, sRowSpan write,
                int readSlots = kReadSlots, int writeSlots = kWriteSlots);
 
-    bool ReadInside(const void* row) const;
-    bool WriteInside(const void* row) const;
+    // Inline: walks ask for every row, and a call costs as much as the check.
+    bool ReadInside(const void* row) const { return Inside(mSrcBegin, mSrcEnd, row, mReadSpan); }
+    bool WriteInside(const void* row) const { return Inside(mDstBegin, mDstEnd, row, mWriteSpan); }
 
     // The row itself if its read span is inside, else a zero-padded copy.
-    const unsigned char* Read(const unsigned char* row, int slot);
+    const unsigned char* Read(const unsigned char* row, int slot)
+    {
+        return ReadInside(row) ? row : ReadCopy(row, slot);
+    }
     // Always the copy; for walks that hand several rows over together.
     const unsigned char* ReadCopy(const unsigned char* row, int slot);
     // Start of the read scratch: every copied row lies at least 64 bytes
@@ -73,17 +77,38 @@ public:
 
     // The row itself if its write span is inside, else a scratch row whose
     // in-buffer part Flush copies back.
-    unsigned char* Write(unsigned char* row, int slot);
+    unsigned char* Write(unsigned char* row, int slot) { return WriteInside(row) ? row : WriteCopy(row, slot); }
     unsigned char* WriteCopy(unsigned char* row, int slot);
     // Distance between two write slots, for row functions that take one
     // pointer and find further planes at a fixed distance.
     std::ptrdiff_t WriteStride() const { return mWriteStride; }
 
+    // How many of the rows (at most `rows`) one call of a row function may
+    // take as a single row of that many times `width` pixels: where both
+    // views' rows follow each other without a gap, every row's span is just
+    // its own bytes, all of them lie inside the buffers and the two ranges
+    // do not overlap. 1 where they cannot be joined. Only for row functions
+    // whose every pixel depends on its own source pixel alone.
+    int64_t JoinableRows(const sEvenRows& even, int64_t rows, int64_t width) const;
+
     // Copies back the in-buffer bytes of every scratch row written since the
     // last Flush.
-    void Flush();
+    void Flush()
+    {
+        if (mAnyPending)
+            FlushPending();
+    }
 
 private:
+    // Addresses as signed 64-bit numbers: user space addresses fit, and spans
+    // around a pointer near either end of a buffer form without wrapping.
+    static bool Inside(uintptr_t begin, uintptr_t end, const void* row, sRowSpan span)
+    {
+        const int64_t at = static_cast<int64_t>(reinterpret_cast<uintptr_t>(row));
+        return begin != 0 && at + span.lo >= static_cast<int64_t>(begin) && at + span.hi <= static_cast<int64_t>(end);
+    }
+    void FlushPending();
+
     CRowGuard(const CRowGuard&) = delete;
     CRowGuard& operator=(const CRowGuard&) = delete;
 
@@ -95,6 +120,7 @@ private:
     std::vector<unsigned char> mRead;   // grow-only
     std::vector<unsigned char> mWrite;  // grow-only
     uintptr_t mPending[kWriteSlots];    // targets of the written slots, 0 if none
+    bool mAnyPending;
 };
 
 #endif
