@@ -6,7 +6,7 @@ using namespace testframes;
 
 const unsigned char E = kUntouched;
 
-TEST(RgbConverter, EveryBranchOnOneRow)
+TEST(RgbConverter, EveryBranchOnSmallFrames)
 {
     const Bytes three = {1, 2, 3, 4, 5, 6};
     const Bytes four = {1, 2, 3, 4, 5, 6, 7, 8};
@@ -26,6 +26,9 @@ TEST(RgbConverter, EveryBranchOnOneRow)
         {"bgra to bgra", kBgra8, kBgra8, 2, 1, four, {1, 2, 3, 4, 5, 6, 7, 8}},
         {"bgra to bgr", kBgra8, kBgr8, 2, 1, four, {1, 2, 3, 5, 6, 7}},
         {"bgra to rgb", kBgra8, kRgb8, 2, 1, four, {3, 2, 1, 7, 6, 5}},
+        // Rows that lie back to back, to their last pixel.
+        {"rgb to bgra, two rows", kRgb8, kBgra8, 1, 2, three, {3, 2, 1, 0xFF, 6, 5, 4, 0xFF}},
+        {"bgr to grey, two rows", kBgr8, kMono8, 1, 2, {255, 0, 0, 0, 0, 255}, {76, 25}},
         // Deep sources go through the tables, not shifts.
         {"rgb12 to rgb8 rounds", kRgb12, kRgb8, 1, 1, Words({4095, 2048, 100}), {255, 128, 6}},
         {"rgb10 to bgr8", kRgb10, kBgr8, 1, 1, Words({1023, 512, 0}), {0, 128, 255}},
