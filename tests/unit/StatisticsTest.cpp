@@ -193,10 +193,11 @@ TEST(Statistics, PathChoiceAndFailures)
     EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_MONO8, 200, 200, halves)->getAverage(&average, 0, 0, 200, 200), RESULT_OK);
     EXPECT_EQ(average, 130.0);
 
-    // Planes are sampled up to the region's edge, not at it: the columns
-    // from 96 on hold 250.
-    std::vector<unsigned char> edge(100, 90);
-    std::fill(edge.begin() + 96, edge.end(), 250);
+    // Only the first plane is sampled, up to the region's edge, not at it:
+    // its columns from 96 on and the whole second plane hold 250.
+    std::vector<unsigned char> edge(20000, 250);
+    for (int i = 0; i < 10000; ++i)
+        edge[i] = i % 100 < 96 ? 90 : 250;
     EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PLANAR, 100, 100, edge)->getAverage(&average, 0, 0, 96, 96), RESULT_OK);
     EXPECT_EQ(average, 90.0);
 
