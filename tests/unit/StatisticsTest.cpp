@@ -207,6 +207,13 @@ TEST(Statistics, PathChoiceAndFailures)
     std::fill(first.begin(), first.begin() + 3, 250);
     EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_RGB8_PACKED, 100, 100, first)->getAverage(&average, 0, 0, 100, 100), RESULT_OK);
     EXPECT_EQ(average, 41.0);  // 249 / 6, whole
+    // Packed groups likewise: 2304 in each row's first group, seen by the
+    // first of nine sampled groups and by the last, whose neighbour two
+    // groups on is the next row's first: 2 * 2304 / 9.
+    std::vector<unsigned char> group(150, 0);
+    group[0] = 0x90;
+    EXPECT_EQ(FlatFrame(KORVA_PIXTYPE_MONO12_PACKED, 100, 100, group)->getAverage(&average, 0, 0, 100, 100), RESULT_OK);
+    EXPECT_EQ(average, 512.0);
 
     // A packed view left at 8 bits by a truncated transform: no shift and
     // no bits of the middle byte.
