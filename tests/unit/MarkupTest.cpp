@@ -132,6 +132,9 @@ TEST(Markup, EditsShiftEveryLaterRecord)
     EXPECT_TRUE(fresh.AddElem("root", "v"));
     EXPECT_EQ("<root>v</root>\r\n", Str(fresh.GetDoc()));
     EXPECT_TRUE(fresh.IsWellFormed());
+    // Its first child goes inside it, behind the data.
+    EXPECT_TRUE(fresh.AddChildElem("c"));
+    EXPECT_EQ("<root>v<c/>\r\n</root>\r\n", Str(fresh.GetDoc()));
 }
 
 TEST(Markup, AttributeWithUnclosedQuoteStaysInItsTag)
