@@ -410,10 +410,12 @@ inline __m256i WeightPair(int a, int b)
 }
 
 // The same brightness, 32 outputs at a time straight from the bytes: each
-// vpmaddubsw weighs two neighbouring sites, so an even output takes its five
-// columns from the loads at x, x+2 and x+4 and an odd one from x+1, x+3 and
-// x+4. No partial sum leaves -4080..12240, so 16-bit lanes neither wrap nor
-// saturate. Reads end at x+35, the portable loop's last column.
+// vpmaddubsw weighs the two sites of a 16-bit lane, so both outputs of a
+// lane take their columns from the loads at x, x+2 and x+4 (the odd one
+// with a zero weight before its first column and none after its last): two
+// byte aligns per row instead of four. No partial sum leaves -4080..12240,
+// so 16-bit lanes neither wrap nor saturate. Reads end at x+35, the
+// portable loop's last column.
 void MonoWide(const DemosaicRowArgs& r)
 {
     if (r.step != 1 || r.count < 32) {
@@ -424,56 +426,59 @@ void MonoWide(const DemosaicRowArgs& r)
     unsigned char* const out = r.out[0];
     const uint32_t count = r.count;
     // Outer rows: 0 -1 -2 -1 0; next rows: -1 2 6 2 -1; centre: -2 6 16 6 -2.
-    const __m256i o01 = WeightPair(0, -1), o23 = WeightPair(-2, -1);
-    const __m256i n01 = WeightPair(-1, 2), n23 = WeightPair(6, 2), n4 = WeightPair(-1, 0), n4odd = WeightPair(0, -1);
-    const __m256i c01 = WeightPair(-2, 6), c23 = WeightPair(16, 6), c4 = WeightPair(-2, 0), c4odd = WeightPair(0, -2);
+    // Even outputs weigh the lanes at x, x+2, x+4 by (k0 k1), (k2 k3), (k4 0);
+    // odd ones by (0 k0), (k1 k2), (k3 k4).
+    const __m256i o0 = WeightPair(0, -1), o2 = WeightPair(-2, -1);
+    const __m256i o2odd = WeightPair(-1, -2), o4odd = WeightPair(-1, 0);
+    const __m256i n0 = WeightPair(-1, 2), n2 = WeightPair(6, 2), n4 = WeightPair(-1, 0);
+    const __m256i n0odd = WeightPair(0, -1), n2odd = WeightPair(2, 6), n4odd = WeightPair(2, -1);
+    const __m256i c0 = WeightPair(-2, 6), c2 = WeightPair(16, 6), c4 = WeightPair(-2, 0);
+    const __m256i c0odd = WeightPair(0, -2), c2odd = WeightPair(6, 16), c4odd = WeightPair(6, -2);
     // Even outputs in the low half of each 128-bit lane after packus, odd
     // ones in the high half: interleave them back.
     const __m256i interleave =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     const auto vector = [&](uint32_t x) {
-        // Each row is loaded once; its copies shifted by 1 to 4 bytes come
+        // Each row is loaded once; its copies shifted by 2 and 4 bytes come
         // from byte aligns with the 4 bytes past the vector, which the last
         // outputs read anyway.
         struct Shifted {
-            __m256i at[5];
+            __m256i at0, at2, at4;
         };
         const auto shifted = [x](const unsigned char* row) {
             const unsigned char* const p = row + x;
             int32_t next;
             std::memcpy(&next, p + 32, sizeof next);
             Shifted s;
-            s.at[0] = Load(p);
+            s.at0 = Load(p);
             const __m256i tail = _mm256_castsi128_si256(_mm_cvtsi32_si128(next));
-            const __m256i mid = _mm256_permute2x128_si256(s.at[0], tail, 0x21);
-            s.at[1] = _mm256_alignr_epi8(mid, s.at[0], 1);
-            s.at[2] = _mm256_alignr_epi8(mid, s.at[0], 2);
-            s.at[3] = _mm256_alignr_epi8(mid, s.at[0], 3);
-            s.at[4] = _mm256_alignr_epi8(mid, s.at[0], 4);
+            const __m256i mid = _mm256_permute2x128_si256(s.at0, tail, 0x21);
+            s.at2 = _mm256_alignr_epi8(mid, s.at0, 2);
+            s.at4 = _mm256_alignr_epi8(mid, s.at0, 4);
             return s;
         };
         const auto mad = [](__m256i v, __m256i w) { return _mm256_maddubs_epi16(v, w); };
+        const auto add = [](__m256i u, __m256i v) { return _mm256_add_epi16(u, v); };
         __m256i even, odd;
         {
             const Shifted a = shifted(rows[0]), b = shifted(rows[4]);
-            even = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], o01), mad(a.at[2], o23)),
-                                    _mm256_add_epi16(mad(b.at[0], o01), mad(b.at[2], o23)));
-            odd = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], o01), mad(a.at[3], o23)),
-                                   _mm256_add_epi16(mad(b.at[1], o01), mad(b.at[3], o23)));
+            even = add(add(mad(a.at0, o0), mad(a.at2, o2)), add(mad(b.at0, o0), mad(b.at2, o2)));
+            odd = add(add(mad(a.at2, o2odd), mad(a.at4, o4odd)), add(mad(b.at2, o2odd), mad(b.at4, o4odd)));
         }
+        // The sums are kept row by row (the empty asm stops the compiler
+        // from regrouping them), so that the 16 registers hold them without
+        // spilling.
+        __asm__("" : "+x"(even), "+x"(odd));
         for (int k = 1; k <= 3; k += 2) {
             const Shifted a = shifted(rows[k]);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], n01), mad(a.at[2], n23)),
-                                                           mad(a.at[4], n4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], n01), mad(a.at[3], n23)),
-                                                         mad(a.at[4], n4odd)));
+            even = add(even, add(add(mad(a.at0, n0), mad(a.at2, n2)), mad(a.at4, n4)));
+            odd = add(odd, add(add(mad(a.at0, n0odd), mad(a.at2, n2odd)), mad(a.at4, n4odd)));
+            __asm__("" : "+x"(even), "+x"(odd));
         }
         {
             const Shifted a = shifted(rows[2]);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], c01), mad(a.at[2], c23)),
-                                                           mad(a.at[4], c4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], c01), mad(a.at[3], c23)),
-                                                         mad(a.at[4], c4odd)));
+            even = add(even, add(add(mad(a.at0, c0), mad(a.at2, c2)), mad(a.at4, c4)));
+            odd = add(odd, add(add(mad(a.at0, c0odd), mad(a.at2, c2odd)), mad(a.at4, c4odd)));
         }
         // A negative sum stays negative after the shift and packus makes it
         // 0, as the clamp after the division does; above 255 it saturates.
