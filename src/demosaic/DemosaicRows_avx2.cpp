@@ -511,9 +511,9 @@ void Raw(const DemosaicRowArgs& r)
 
 // Colour balance, 16 cells of a pair of rows at a time in 16-bit lanes: the
 // sums of 256 vectors fit before they are widened. The last cells of a row
-// go to the portable function.
+// go to the portable function. Rows of fewer than 32 cells take this way.
 template <int kRed, int kGreen1, int kGreen2, int kBlue>
-void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+void BalanceNarrow(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
 {
     const __m256i low = _mm256_set1_epi16(0x00FF);
     const __m256i below = _mm256_set1_epi16(20);
@@ -565,6 +565,75 @@ void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cel
             DemosaicRows::Portable().balance[kRed == 0 ? kCellRG : kRed == 1 ? kCellGR : kCellGB];
         portable(top + 2 * whole, bottom + 2 * whole, cells - whole, sums);
     }
+}
+
+
+// Colour balance, 32 cells at a time as bytes: each row's 64 bytes are
+// split into its even and its odd sites, so that one byte lane holds one
+// cell's site in each of four vectors. Sums do not depend on the order of
+// the cells, so the split may leave them in any order the same for all
+// four. The floor of the green mean is the rounded-up byte average less the
+// low bit of the two greens' difference. Adding 6 to a value, wrapping,
+// takes 21..249 to 27..255 and every other value below 27: a cell is usable
+// when the least of its three shifted values is 27 or more. vpsadbw sums the
+// usable bytes into 64-bit lanes, which no row can overflow. The last vector
+// ends at the row's last cell, its cells already counted masked out.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    if (cells < 32) {
+        BalanceNarrow<kRed, kGreen1, kGreen2, kBlue>(top, bottom, cells, sums);
+        return;
+    }
+    // Per 128-bit lane: the eight even bytes, then the eight odd ones.
+    const __m256i split =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15));
+    // The cell each byte of the split vectors holds: from the first 16 cells,
+    // lanes of 8 in the low halves, from the next 16 in the high ones.
+    const __m256i cellOf = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23, 8, 9, 10, 11, 12,
+                                            13, 14, 15, 24, 25, 26, 27, 28, 29, 30, 31);
+    const __m256i six = _mm256_set1_epi8(6);
+    const __m256i least = _mm256_set1_epi8(27);
+    const __m256i one = _mm256_set1_epi8(1);
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i red = zero, green = zero, blue = zero;
+    uint64_t count = 0;
+    const auto vector = [&](uint32_t c, __m256i keep) __attribute__((always_inline)) {
+        const __m256i t0 = _mm256_shuffle_epi8(Load(top + 2 * c), split);
+        const __m256i t1 = _mm256_shuffle_epi8(Load(top + 2 * c + 32), split);
+        const __m256i b0 = _mm256_shuffle_epi8(Load(bottom + 2 * c), split);
+        const __m256i b1 = _mm256_shuffle_epi8(Load(bottom + 2 * c + 32), split);
+        const __m256i site[4] = {_mm256_unpacklo_epi64(t0, t1), _mm256_unpackhi_epi64(t0, t1),
+                                 _mm256_unpacklo_epi64(b0, b1), _mm256_unpackhi_epi64(b0, b1)};
+        const __m256i r = site[kRed];
+        const __m256i g1 = site[kGreen1], g2 = site[kGreen2];
+        const __m256i g = _mm256_sub_epi8(_mm256_avg_epu8(g1, g2), _mm256_and_si256(_mm256_xor_si256(g1, g2), one));
+        const __m256i bl = site[kBlue];
+        const __m256i low = _mm256_min_epu8(
+            _mm256_min_epu8(_mm256_add_epi8(r, six), _mm256_add_epi8(g, six)), _mm256_add_epi8(bl, six));
+        const __m256i usable = _mm256_and_si256(_mm256_cmpeq_epi8(_mm256_max_epu8(low, least), low), keep);
+        red = _mm256_add_epi64(red, _mm256_sad_epu8(_mm256_and_si256(r, usable), zero));
+        green = _mm256_add_epi64(green, _mm256_sad_epu8(_mm256_and_si256(g, usable), zero));
+        blue = _mm256_add_epi64(blue, _mm256_sad_epu8(_mm256_and_si256(bl, usable), zero));
+        count += static_cast<uint32_t>(__builtin_popcount(static_cast<uint32_t>(_mm256_movemask_epi8(usable))));
+    };
+    const __m256i all = _mm256_set1_epi8(-1);
+    uint32_t c = 0;
+    for (; c + 32 <= cells; c += 32)
+        vector(c, all);
+    if (c < cells) {
+        // Cells from cells - 32 on; those before c were counted.
+        const uint32_t from = cells - 32;
+        vector(from, _mm256_cmpgt_epi8(cellOf, _mm256_set1_epi8(static_cast<char>(c - from - 1))));
+    }
+    alignas(32) uint64_t lanes[3][4];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[0]), red);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[1]), green);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[2]), blue);
+    sums->red += lanes[0][0] + lanes[0][1] + lanes[0][2] + lanes[0][3];
+    sums->green += lanes[1][0] + lanes[1][1] + lanes[1][2] + lanes[1][3];
+    sums->blue += lanes[2][0] + lanes[2][1] + lanes[2][2] + lanes[2][3];
+    sums->count += count;
 }
 
 
