@@ -390,9 +390,10 @@ void Nearest(const DemosaicRowArgs& r)
         NearestPairs<kLayout>(r);
 }
 
-// The row's pairs from 1 on, for one row phase and with or without tables
-// to apply, so that neither is decided per vector.
-template <int kLayout, bool kRedRow, bool kTables>
+// The row's pairs from 1 on, for one row phase and with no tables to apply
+// (kTables 0), identities and gains (1) or some lookup (2), so that neither
+// is decided per vector.
+template <int kLayout, bool kRedRow, int kTables>
 void BilinearPairs(const DemosaicRowArgs& r)
 {
     const unsigned char* const a = r.rows[0];
@@ -406,7 +407,8 @@ void BilinearPairs(const DemosaicRowArgs& r)
     const Interleave il = split ? SplitPattern() : Pattern();
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
-    const __m256i low = _mm256_set1_epi16(0x00FF);
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    Opaque(low);
     const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
@@ -448,7 +450,15 @@ void BilinearPairs(const DemosaicRowArgs& r)
             green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
             blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
         }
-        if (kTables) {
+        if (kTables == 1) {
+            // Identities and gains: the branches go the same way all row.
+            if (tables.kind[0] != 0)
+                red = tables.Gained(0, red);
+            if (tables.kind[1] != 0)
+                green = tables.Gained(1, green);
+            if (tables.kind[2] != 0)
+                blue = tables.Gained(2, blue);
+        } else if (kTables == 2) {
             red = tables(0, red);
             green = tables(1, green);
             blue = tables(2, blue);
@@ -476,12 +486,12 @@ void Bilinear(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const DemosaicByteTables& t = *r.bytes;
-    const bool tables = !(t.identity[0] && t.identity[1] && t.identity[2]);
-    if ((r.phase & 1) != 0)
-        (tables ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
-    else
-        (tables ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
+    static const DemosaicRowFn pairs[2][3] = {
+        {BilinearPairs<kLayout, false, 0>, BilinearPairs<kLayout, false, 1>, BilinearPairs<kLayout, false, 2>},
+        {BilinearPairs<kLayout, true, 0>, BilinearPairs<kLayout, true, 1>, BilinearPairs<kLayout, true, 2>}};
+    int gained = 0;
+    const int tables = !GainsOnly(*r.bytes, &gained) ? 2 : gained != 0 ? 1 : 0;
+    pairs[r.phase & 1][tables](r);
 }
 
 inline __m256i Widen(const unsigned char* p)
@@ -646,7 +656,8 @@ void Raw(const DemosaicRowArgs& r)
 template <int kRed, int kGreen1, int kGreen2, int kBlue>
 void BalanceNarrow(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
 {
-    const __m256i low = _mm256_set1_epi16(0x00FF);
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    Opaque(low);
     const __m256i below = _mm256_set1_epi16(20);
     const __m256i above = _mm256_set1_epi16(250);
     const __m256i ones = _mm256_set1_epi16(1);
