@@ -55,8 +55,8 @@ struct ByteTables {
     __m256i nibble, seven, bitOf, most;
     __m128i shift[3];
     int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
-    // The product of 255 and the gain, shifted, can pass 255: the 16-bit
-    // results need the clamp before packus (which reads them as signed).
+    // The product of 255 and the gain, shifted, can reach 2^15, which
+    // packus would read as negative: the 16-bit results need the clamp.
     bool clamp[3];
 
     explicit ByteTables(const DemosaicByteTables& t)
@@ -72,7 +72,7 @@ struct ByteTables {
         Opaque(most);
         for (int k = 0; k < 3; ++k) {
             kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
-            clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) > 255u;
+            clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u;
             gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
             shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
             fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
@@ -161,7 +161,7 @@ struct ByteTables {
 struct Interleave {
     __m256i masks[3][3];
     __m256i spread[3];
-    __m256i spreadPairs[3];  // from the low bytes of pairs' 16-bit lanes
+    __m256i spreadPairs[3];  // pixel order: from the low bytes of pairs' 16-bit lanes
     __m256i pick[3][2];
 
     explicit Interleave(bool split = false)
