@@ -482,25 +482,6 @@ const sSamplePick& Yuv444Pick()
     return pick;
 }
 
-// 4:1:1: eight groups of U Y Y V Y Y in 48 bytes.
-const sSamplePick& Yuv411Pick()
-{
-    static const sSamplePick pick = [] {
-        sSamplePick t;
-        static const int kLuma[4] = {1, 2, 4, 5};
-        for (int p = 0; p < 32; ++p) {
-            const int g = 6 * (p / 4);
-            t.index[0][2 * p] = static_cast<unsigned char>(g);
-            t.index[1][2 * p] = static_cast<unsigned char>(g + kLuma[p % 4]);
-            t.index[2][2 * p] = static_cast<unsigned char>(g + 3);
-            for (int k = 0; k < 3; ++k)
-                t.index[k][2 * p + 1] = 0;
-        }
-        return t;
-    }();
-    return pick;
-}
-
 const __mmask64 kLowBytes = 0x5555555555555555ull;
 
 template <int Red, int Blue, int PixelBytes>
@@ -524,24 +505,74 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
-// A whole-register load takes 48 bytes and reaches 16 further: 44 pixels of
-// room inside the row's groups.
+// 4:1:1: 64 pixels (16 groups of U Y Y V Y Y, 96 bytes) from the registers at
+// 0 and 32. The chroma terms are computed once a group, all 16 groups in one
+// register: lane l holds the u, v words of groups 2l, 2l + 1 (pixels of the
+// first half's lane l) and 8 + 2l, 9 + 2l (the second half's), so one
+// in-lane shuffle spreads a term to its four pixels.
+struct sYuv411Pick {
+    unsigned char chroma[64];   // u at even words, v at odd ones
+    unsigned char luma[2][64];  // pixels 0..31, 32..63
+    unsigned char spread[2][2][64];  // [half][term at u / at v]: a group's word to its pixels
+    sYuv411Pick()
+    {
+        auto at = [](int o) { return static_cast<unsigned char>(o < 64 ? o : 64 + o - 32); };
+        static const int kLuma[4] = {1, 2, 4, 5};
+        for (int w = 0; w < 32; ++w) {
+            const int lane = w / 8, slot = (w % 8) / 2;
+            const int g = slot < 2 ? 2 * lane + slot : 8 + 2 * lane + slot - 2;
+            chroma[2 * w] = at(6 * g + 3 * (w % 2));
+            chroma[2 * w + 1] = 0;
+        }
+        for (int h = 0; h < 2; ++h)
+            for (int p = 0; p < 32; ++p) {
+                const int q = 32 * h + p;
+                luma[h][2 * p] = at(6 * (q / 4) + kLuma[q % 4]);
+                luma[h][2 * p + 1] = 0;
+                // Pixel p of the half sits in lane p / 8, its group in slot
+                // 2h + (p % 8) / 4 of that lane.
+                const int word = 2 * (2 * h + (p % 8) / 4);
+                for (int k = 0; k < 2; ++k) {
+                    spread[h][k][2 * p] = static_cast<unsigned char>(2 * (word + k));
+                    spread[h][k][2 * p + 1] = static_cast<unsigned char>(2 * (word + k) + 1);
+                }
+            }
+    }
+};
+
 template <int Red, int Blue, int PixelBytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
     static const sColourStore<Red, Blue, PixelBytes> out;
-    const sSamplePick& pick = Yuv411Pick();
-    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    static const sYuv411Pick pick;
+    const __m512i pickChroma = Table(pick.chroma);
+    const __m512i pickLuma[2] = {Table(pick.luma[0]), Table(pick.luma[1])};
+    const __m512i spreadU[2] = {Table(pick.spread[0][0]), Table(pick.spread[1][0])};
+    const __m512i spreadV[2] = {Table(pick.spread[0][1]), Table(pick.spread[1][1])};
     const __m512i neutral = _mm512_set1_epi16(127);
+    // mulhi factors of the blue term (u words) and the red term (v words).
+    const __m512i factors = _mm512_set1_epi32(static_cast<int>(0x672BC5E3u));
+    const __m512i weights = _mm512_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __mmask32 uWords = 0x55555555u;
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    for (; NextStep(x, whole, 44, 32); x += 32) {
-        const __m512i in = _mm512_loadu_si512(src + (x / 4) * 6);
-        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pu, in), neutral);
-        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pv, in), neutral);
-        __m512i red, green, blue;
-        Colours(_mm512_maskz_permutexvar_epi8(kLowBytes, py, in), u, v, red, green, blue);
-        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    for (; NextStep(x, whole, 64, 64); x += 64) {
+        const unsigned char* s = src + (x / 4) * 6;
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 32);
+        const __m512i chroma = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pickChroma, b), neutral);
+        // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
+        __m512i outer = _mm512_add_epi16(chroma, _mm512_mulhi_epi16(chroma, factors));
+        outer = _mm512_mask_add_epi16(outer, uWords, outer, chroma);
+        // Green term at v: v plus the high word of u * 22544 - v * 18745.
+        const __m512i green = _mm512_add_epi16(chroma, _mm512_madd_epi16(chroma, weights));
+        for (int h = 0; h < 2; ++h) {
+            const __m512i luma = _mm512_maskz_permutex2var_epi8(kLowBytes, a, pickLuma[h], b);
+            out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x + 32 * h),
+                      _mm512_add_epi16(luma, _mm512_shuffle_epi8(outer, spreadV[h])),
+                      _mm512_sub_epi16(luma, _mm512_shuffle_epi8(green, spreadV[h])),
+                      _mm512_add_epi16(luma, _mm512_shuffle_epi8(outer, spreadU[h])));
+        }
     }
     return x;
 }
