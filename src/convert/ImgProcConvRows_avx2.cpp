@@ -561,53 +561,95 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
-// Groups of U Y Y V Y Y, 32 pixels a step: lane 0 of the two source
-// registers holds groups 0, 1 and 4, 5, lane 1 groups 2, 3 and 6, 7, so the
-// chroma terms are computed once a group, for eight groups in one register,
-// and spread to their pixels inside each lane.
+// Groups of U Y Y V Y Y, 32 pixels a step, lane l holding groups 4l..4l+3
+// (source bytes 24l..24l+23 from the windows at 24l and 24l + 8). The
+// colours are made in bytes: each group's three chroma terms, computed once
+// in words, become a byte to add and one to subtract with saturation (every
+// term lies within +-255), which gives the portable loop's clamped sum. Each
+// 16-byte chunk of a lane's output is then luma bytes and term bytes picked
+// straight into their output places, so no interleave follows.
+template <int Red, int Blue, int Bytes>
+struct sYuv411Chunks {
+    static const int kChunks = Bytes;  // 16-byte chunks in a lane's 16 pixels
+    __m256i chromaA, chromaB;
+    __m256i luma[kChunks], term[kChunks];
+    bool fromB[kChunks];  // the chunk's luma lies in the second window
+    sYuv411Chunks()
+    {
+        static const int kLuma[4] = {1, 2, 4, 5};
+        signed char ca[16], cb[16];
+        for (int j = 0; j < 16; ++j) {
+            const int c = 6 * (j / 4) + 3 * ((j / 2) % 2);  // word j / 2: u, v of group j / 4
+            ca[j] = static_cast<signed char>(j % 2 != 0 || c >= 16 ? -1 : c);
+            cb[j] = static_cast<signed char>(j % 2 != 0 || c < 16 ? -1 : c - 8);
+        }
+        chromaA = Lanes(ca);
+        chromaB = Lanes(cb);
+        for (int k = 0; k < kChunks; ++k) {
+            // Source byte of the luma of output byte j of the chunk.
+            auto from = [k](int j) {
+                const int p = (16 * k + j) / Bytes;
+                return 6 * (p / 4) + kLuma[p % 4];
+            };
+            signed char l[16], t[16];
+            fromB[k] = false;
+            for (int j = 0; j < 16; ++j)
+                fromB[k] = fromB[k] || from(j) >= 16;
+            for (int j = 0; j < 16; ++j) {
+                const int c = (16 * k + j) % Bytes, g = (16 * k + j) / Bytes / 4, o = from(j);
+                // Term bytes: blue at 2g, red at 2g + 1, green at 9 + 2g.
+                const int at = c == Red ? 2 * g + 1 : c == 1 ? 9 + 2 * g : c == Blue ? 2 * g : -1;
+                l[j] = static_cast<signed char>(at < 0 ? -1 : fromB[k] ? o - 8 : o);
+                t[j] = static_cast<signed char>(at);
+            }
+            luma[k] = Lanes(l);
+            term[k] = Lanes(t);
+        }
+    }
+};
+
 template <int Red, int Blue, int Bytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const signed char kLuma[16] = {1, -1, 2, -1, 4, -1, 5, -1, 7, -1, 8, -1, 10, -1, 11, -1};
-    // Chroma words u, v of the lane's first two groups, then (from the
-    // second register) of its last two.
-    static const signed char kChromaFirst[16] = {0, -1, 3, -1, 6, -1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1};
-    static const signed char kChromaSecond[16] = {-1, -1, -1, -1, -1, -1, -1, -1, 0, -1, 3, -1, 6, -1, 9, -1};
-    // A group's term word (word g of the lane) to its four pixels; half h
-    // takes groups 2h and 2h + 1.
-    static const signed char kSpread[2][16] = {{0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5},
-                                               {8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13}};
-    static const signed char kSpreadHigh[2][16] = {{2, 3, 2, 3, 2, 3, 2, 3, 6, 7, 6, 7, 6, 7, 6, 7},
-                                                   {10, 11, 10, 11, 10, 11, 10, 11, 14, 15, 14, 15, 14, 15, 14, 15}};
-    const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
-    const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
-    const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    static const sColourStore<Red, Blue, Bytes> store;
-    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
+    static const sYuv411Chunks<Red, Blue, Bytes> table;
+    const sYuv411Chunks<Red, Blue, Bytes> t = table;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
+    // mulhi factors of the blue term (u words) and the red term (v words).
+    const __m256i factors = _mm256_set1_epi32(static_cast<int>(0x672BC5E3u));
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m256i uWords = _mm256_set1_epi32(0xFFFF);
+    const __m256i zero = _mm256_setzero_si256();
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    // Four 16-byte loads of which 12 bytes count: 36 pixels of room.
-    for (; NextStep(x, whole, 36, 32); x += 32) {
+    for (; NextStep(x, whole, 32, 32); x += 32) {
         const unsigned char* s = src + (x / 4) * 6;
-        const __m256i in[2] = {Loadu2(s, s + 12), Loadu2(s + 24, s + 36)};
-        // Words u', v' per group: u at even, v at odd words.
+        const __m256i a = Loadu2Blend(s, s + 24);
+        const __m256i b = Loadu2Blend(s + 8, s + 32);
         const __m256i chroma = _mm256_sub_epi16(
-            _mm256_or_si256(_mm256_shuffle_epi8(in[0], pickFirst), _mm256_shuffle_epi8(in[1], pickSecond)), neutral);
-        // Per group: red term at the v word, blue term at the u word, green
-        // correction in the dword's high word.
-        const __m256i redTerm = _mm256_add_epi16(chroma, _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(26411)));
-        const __m256i blueTerm =
-            _mm256_add_epi16(_mm256_add_epi16(chroma, chroma), _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(-14877)));
-        const __m256i greenTerm = _mm256_add_epi16(_mm256_srli_epi32(chroma, 16),
-                                                   _mm256_srli_epi32(_mm256_madd_epi16(chroma, weights), 16));
-        for (int h = 0; h < 2; ++h) {
-            const __m256i luma = _mm256_shuffle_epi8(in[h], pickLuma);
-            const __m256i red = _mm256_add_epi16(luma, _mm256_shuffle_epi8(redTerm, spreadHigh[h]));
-            const __m256i green = _mm256_sub_epi16(luma, _mm256_shuffle_epi8(greenTerm, spread[h]));
-            const __m256i blue = _mm256_add_epi16(luma, _mm256_shuffle_epi8(blueTerm, spread[h]));
-            out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x + 16 * h), red, green, blue);
+            _mm256_or_si256(_mm256_shuffle_epi8(a, t.chromaA), _mm256_shuffle_epi8(b, t.chromaB)), neutral);
+        // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
+        const __m256i outer = _mm256_add_epi16(_mm256_add_epi16(chroma, _mm256_mulhi_epi16(chroma, factors)),
+                                               _mm256_and_si256(chroma, uWords));
+        // Green term at v: v plus the high word of u * 22544 - v * 18745.
+        const __m256i green = _mm256_add_epi16(chroma, _mm256_madd_epi16(chroma, weights));
+        const __m256i up = _mm256_packus_epi16(outer, _mm256_sub_epi16(zero, green));
+        const __m256i down = _mm256_packus_epi16(_mm256_sub_epi16(zero, outer), green);
+        __m256i chunk[Bytes];
+        for (int k = 0; k < Bytes; ++k)
+            chunk[k] = _mm256_subs_epu8(
+                _mm256_adds_epu8(_mm256_shuffle_epi8(t.fromB[k] ? b : a, t.luma[k]), _mm256_shuffle_epi8(up, t.term[k])),
+                _mm256_shuffle_epi8(down, t.term[k]));
+        // Lane 0 holds the first half of the output, lane 1 the second.
+        unsigned char* d = dst + Bytes * static_cast<std::ptrdiff_t>(x);
+        if (Bytes == 3) {
+            Storeu(d, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
+            Storeu(d + 32, _mm256_blend_epi32(chunk[2], chunk[0], 0xF0));
+            Storeu(d + 64, _mm256_permute2x128_si256(chunk[1], chunk[2], 0x31));
+        } else {
+            Storeu(d, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
+            Storeu(d + 32, _mm256_permute2x128_si256(chunk[2], chunk[3 % Bytes], 0x20));
+            Storeu(d + 64, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x31));
+            Storeu(d + 96, _mm256_permute2x128_si256(chunk[2], chunk[3 % Bytes], 0x31));
         }
     }
     return x;
