@@ -568,15 +568,26 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
 // term lies within +-255), which gives the portable loop's clamped sum. Each
 // 16-byte chunk of a lane's output is then luma bytes and term bytes picked
 // straight into their output places, so no interleave follows.
+// Source byte of the luma of pixel p, counted from its lane's first group.
+constexpr int Luma411(int p)
+{
+    return 6 * (p / 4) + (p % 4 < 2 ? 1 + p % 4 : 2 + p % 4);
+}
+
+// Whether 16-byte chunk k of `bytes`-byte pixels takes its luma from the
+// second window (at 8) rather than the first: whether its last pixel's lies
+// beyond the first.
+constexpr bool FromSecond411(int k, int bytes)
+{
+    return Luma411((16 * k + 15) / bytes) >= 16;
+}
+
 template <int Red, int Blue, int Bytes>
 struct sYuv411Chunks {
-    static const int kChunks = Bytes;  // 16-byte chunks in a lane's 16 pixels
     __m256i chromaA, chromaB;
-    __m256i luma[kChunks], term[kChunks];
-    bool fromB[kChunks];  // the chunk's luma lies in the second window
+    __m256i luma[Bytes], term[Bytes];  // Bytes chunks in a lane's 16 pixels
     sYuv411Chunks()
     {
-        static const int kLuma[4] = {1, 2, 4, 5};
         signed char ca[16], cb[16];
         for (int j = 0; j < 16; ++j) {
             const int c = 6 * (j / 4) + 3 * ((j / 2) % 2);  // word j / 2: u, v of group j / 4
@@ -585,21 +596,13 @@ struct sYuv411Chunks {
         }
         chromaA = Lanes(ca);
         chromaB = Lanes(cb);
-        for (int k = 0; k < kChunks; ++k) {
-            // Source byte of the luma of output byte j of the chunk.
-            auto from = [k](int j) {
-                const int p = (16 * k + j) / Bytes;
-                return 6 * (p / 4) + kLuma[p % 4];
-            };
+        for (int k = 0; k < Bytes; ++k) {
             signed char l[16], t[16];
-            fromB[k] = false;
-            for (int j = 0; j < 16; ++j)
-                fromB[k] = fromB[k] || from(j) >= 16;
             for (int j = 0; j < 16; ++j) {
-                const int c = (16 * k + j) % Bytes, g = (16 * k + j) / Bytes / 4, o = from(j);
+                const int q = 16 * k + j, c = q % Bytes, g = q / Bytes / 4, o = Luma411(q / Bytes);
                 // Term bytes: blue at 2g, red at 2g + 1, green at 9 + 2g.
                 const int at = c == Red ? 2 * g + 1 : c == 1 ? 9 + 2 * g : c == Blue ? 2 * g : -1;
-                l[j] = static_cast<signed char>(at < 0 ? -1 : fromB[k] ? o - 8 : o);
+                l[j] = static_cast<signed char>(at < 0 ? -1 : FromSecond411(k, Bytes) ? o - 8 : o);
                 t[j] = static_cast<signed char>(at);
             }
             luma[k] = Lanes(l);
@@ -617,28 +620,28 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     // mulhi factors of the blue term (u words) and the red term (v words).
     const __m256i factors = _mm256_set1_epi32(static_cast<int>(0x672BC5E3u));
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
-    const __m256i uWords = _mm256_set1_epi32(0xFFFF);
+    const __m256i twoOne = _mm256_set1_epi32(0x00010002);
     const __m256i zero = _mm256_setzero_si256();
     const int32_t whole = width & ~3;
     int32_t x = 0;
     for (; NextStep(x, whole, 32, 32); x += 32) {
-        const unsigned char* s = src + (x / 4) * 6;
+        const unsigned char* s = src + (x >> 2) * 6;
         const __m256i a = Loadu2Blend(s, s + 24);
         const __m256i b = Loadu2Blend(s + 8, s + 32);
         const __m256i chroma = _mm256_sub_epi16(
             _mm256_or_si256(_mm256_shuffle_epi8(a, t.chromaA), _mm256_shuffle_epi8(b, t.chromaB)), neutral);
         // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
-        const __m256i outer = _mm256_add_epi16(_mm256_add_epi16(chroma, _mm256_mulhi_epi16(chroma, factors)),
-                                               _mm256_and_si256(chroma, uWords));
+        const __m256i outer = _mm256_add_epi16(_mm256_mullo_epi16(chroma, twoOne), _mm256_mulhi_epi16(chroma, factors));
         // Green term at v: v plus the high word of u * 22544 - v * 18745.
         const __m256i green = _mm256_add_epi16(chroma, _mm256_madd_epi16(chroma, weights));
         const __m256i up = _mm256_packus_epi16(outer, _mm256_sub_epi16(zero, green));
         const __m256i down = _mm256_packus_epi16(_mm256_sub_epi16(zero, outer), green);
         __m256i chunk[Bytes];
-        for (int k = 0; k < Bytes; ++k)
-            chunk[k] = _mm256_subs_epu8(
-                _mm256_adds_epu8(_mm256_shuffle_epi8(t.fromB[k] ? b : a, t.luma[k]), _mm256_shuffle_epi8(up, t.term[k])),
-                _mm256_shuffle_epi8(down, t.term[k]));
+        for (int k = 0; k < Bytes; ++k) {
+            const __m256i luma = _mm256_shuffle_epi8(FromSecond411(k, Bytes) ? b : a, t.luma[k]);
+            chunk[k] = _mm256_subs_epu8(_mm256_adds_epu8(luma, _mm256_shuffle_epi8(up, t.term[k])),
+                                        _mm256_shuffle_epi8(down, t.term[k]));
+        }
         // Lane 0 holds the first half of the output, lane 1 the second.
         unsigned char* d = dst + Bytes * static_cast<std::ptrdiff_t>(x);
         if (Bytes == 3) {

@@ -506,36 +506,48 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 }
 
 // 4:1:1: 64 pixels (16 groups of U Y Y V Y Y, 96 bytes) from the registers at
-// 0 and 32. The chroma terms are computed once a group, all 16 groups in one
-// register: lane l holds the u, v words of groups 2l, 2l + 1 (pixels of the
-// first half's lane l) and 8 + 2l, 9 + 2l (the second half's), so one
-// in-lane shuffle spreads a term to its four pixels.
-struct sYuv411Pick {
-    unsigned char chroma[64];   // u at even words, v at odd ones
-    unsigned char luma[2][64];  // pixels 0..31, 32..63
-    unsigned char spread[2][2][64];  // [half][term at u / at v]: a group's word to its pixels
-    sYuv411Pick()
+// 0 and 32. The colours are made in bytes: each group's three chroma terms,
+// computed once in words, become a byte to add and one to subtract with
+// saturation (every term lies within +-255), which gives the portable loop's
+// clamped sum. Each 64-byte chunk of the output is then luma bytes and term
+// bytes permuted straight into their output places: no interleave follows.
+// Source byte of the luma of pixel p, counted from the step's first group.
+constexpr int Luma411(int p)
+{
+    return 6 * (p / 4) + (p % 4 < 2 ? 1 + p % 4 : 2 + p % 4);
+}
+
+// Whether 64-byte chunk k of `bytes`-byte pixels takes its luma from the
+// register at 32 rather than the one at 0: whether its last pixel's lies
+// beyond the first.
+constexpr bool FromSecond411(int k, int bytes)
+{
+    return Luma411((64 * k + 63) / bytes) >= 64;
+}
+
+template <int Red, int Blue, int PixelBytes>
+struct sYuv411Chunks {
+    unsigned char chroma[64];  // u, v words of group g at words 2g, 2g + 1
+    unsigned char luma[PixelBytes][64], term[PixelBytes][64];
+    __mmask64 colour;  // the bytes that are not alpha
+    sYuv411Chunks() : colour(0)
     {
-        auto at = [](int o) { return static_cast<unsigned char>(o < 64 ? o : 64 + o - 32); };
-        static const int kLuma[4] = {1, 2, 4, 5};
         for (int w = 0; w < 32; ++w) {
-            const int lane = w / 8, slot = (w % 8) / 2;
-            const int g = slot < 2 ? 2 * lane + slot : 8 + 2 * lane + slot - 2;
-            chroma[2 * w] = at(6 * g + 3 * (w % 2));
+            const int o = 6 * (w / 2) + 3 * (w % 2);
+            chroma[2 * w] = static_cast<unsigned char>(o < 64 ? o : 64 + o - 32);
             chroma[2 * w + 1] = 0;
         }
-        for (int h = 0; h < 2; ++h)
-            for (int p = 0; p < 32; ++p) {
-                const int q = 32 * h + p;
-                luma[h][2 * p] = at(6 * (q / 4) + kLuma[q % 4]);
-                luma[h][2 * p + 1] = 0;
-                // Pixel p of the half sits in lane p / 8, its group in slot
-                // 2h + (p % 8) / 4 of that lane.
-                const int word = 2 * (2 * h + (p % 8) / 4);
-                for (int k = 0; k < 2; ++k) {
-                    spread[h][k][2 * p] = static_cast<unsigned char>(2 * (word + k));
-                    spread[h][k][2 * p + 1] = static_cast<unsigned char>(2 * (word + k) + 1);
-                }
+        for (int j = 0; j < 64; ++j)
+            if (j % PixelBytes != 3)
+                colour |= __mmask64(1) << j;
+        for (int k = 0; k < PixelBytes; ++k)
+            for (int j = 0; j < 64; ++j) {
+                const int q = 64 * k + j, c = q % PixelBytes, g = q / PixelBytes / 4, o = Luma411(q / PixelBytes);
+                // Lane g / 4 of the term bytes: blue, red at 2 (g % 4) and the
+                // byte after, green at 9 + 2 (g % 4).
+                const int at = 16 * (g / 4) + (c == Red ? 2 * (g % 4) + 1 : c == 1 ? 9 + 2 * (g % 4) : 2 * (g % 4));
+                luma[k][j] = static_cast<unsigned char>(FromSecond411(k, PixelBytes) ? o - 32 : o);
+                term[k][j] = static_cast<unsigned char>(at);
             }
     }
 };
@@ -543,21 +555,24 @@ struct sYuv411Pick {
 template <int Red, int Blue, int PixelBytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sColourStore<Red, Blue, PixelBytes> out;
-    static const sYuv411Pick pick;
-    const __m512i pickChroma = Table(pick.chroma);
-    const __m512i pickLuma[2] = {Table(pick.luma[0]), Table(pick.luma[1])};
-    const __m512i spreadU[2] = {Table(pick.spread[0][0]), Table(pick.spread[1][0])};
-    const __m512i spreadV[2] = {Table(pick.spread[0][1]), Table(pick.spread[1][1])};
+    static const sYuv411Chunks<Red, Blue, PixelBytes> t;
+    const __m512i pickChroma = Table(t.chroma);
+    __m512i luma[PixelBytes], term[PixelBytes];
+    for (int k = 0; k < PixelBytes; ++k) {
+        luma[k] = Table(t.luma[k]);
+        term[k] = Table(t.term[k]);
+    }
     const __m512i neutral = _mm512_set1_epi16(127);
     // mulhi factors of the blue term (u words) and the red term (v words).
     const __m512i factors = _mm512_set1_epi32(static_cast<int>(0x672BC5E3u));
     const __m512i weights = _mm512_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m512i zero = _mm512_setzero_si512();
     const __mmask32 uWords = 0x55555555u;
+    const __mmask64 colour = t.colour;
     const int32_t whole = width & ~3;
     int32_t x = 0;
     for (; NextStep(x, whole, 64, 64); x += 64) {
-        const unsigned char* s = src + (x / 4) * 6;
+        const unsigned char* s = src + (x >> 2) * 6;
         const __m512i a = _mm512_loadu_si512(s);
         const __m512i b = _mm512_loadu_si512(s + 32);
         const __m512i chroma = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pickChroma, b), neutral);
@@ -566,12 +581,14 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
         outer = _mm512_mask_add_epi16(outer, uWords, outer, chroma);
         // Green term at v: v plus the high word of u * 22544 - v * 18745.
         const __m512i green = _mm512_add_epi16(chroma, _mm512_madd_epi16(chroma, weights));
-        for (int h = 0; h < 2; ++h) {
-            const __m512i luma = _mm512_maskz_permutex2var_epi8(kLowBytes, a, pickLuma[h], b);
-            out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x + 32 * h),
-                      _mm512_add_epi16(luma, _mm512_shuffle_epi8(outer, spreadV[h])),
-                      _mm512_sub_epi16(luma, _mm512_shuffle_epi8(green, spreadV[h])),
-                      _mm512_add_epi16(luma, _mm512_shuffle_epi8(outer, spreadU[h])));
+        const __m512i up = _mm512_packus_epi16(outer, _mm512_sub_epi16(zero, green));
+        const __m512i down = _mm512_packus_epi16(_mm512_sub_epi16(zero, outer), green);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
+        for (int k = 0; k < PixelBytes; ++k) {
+            const __m512i y = _mm512_permutexvar_epi8(luma[k], FromSecond411(k, PixelBytes) ? b : a);
+            const __m512i sum = _mm512_adds_epu8(y, _mm512_permutexvar_epi8(term[k], up));
+            const __m512i out = _mm512_subs_epu8(sum, _mm512_permutexvar_epi8(term[k], down));
+            _mm512_storeu_si512(d + 64 * k, PixelBytes == 4 ? _mm512_maskz_mov_epi8(colour, out) : out);
         }
     }
     return x;
