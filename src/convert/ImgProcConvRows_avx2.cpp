@@ -561,52 +561,63 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
-// Groups of U Y Y V Y Y, 32 pixels a step, lane l holding groups 4l..4l+3
-// (source bytes 24l..24l+23 from the windows at 24l and 24l + 8). The
-// colours are made in bytes: each group's three chroma terms, computed once
-// in words, become a byte to add and one to subtract with saturation (every
-// term lies within +-255), which gives the portable loop's clamped sum. Each
-// 16-byte chunk of a lane's output is then luma bytes and term bytes picked
-// straight into their output places, so no interleave follows.
-// Source byte of the luma of pixel p, counted from its lane's first group.
-constexpr int Luma411(int p)
-{
-    return 6 * (p / 4) + (p % 4 < 2 ? 1 + p % 4 : 2 + p % 4);
-}
-
-// Whether 16-byte chunk k of `bytes`-byte pixels takes its luma from the
-// second window (at 8) rather than the first: whether its last pixel's lies
-// beyond the first.
-constexpr bool FromSecond411(int k, int bytes)
-{
-    return Luma411((16 * k + 15) / bytes) >= 16;
-}
+// Groups of U Y Y V Y Y, 32 pixels a step. The colours are made in bytes:
+// each group's three chroma terms, computed once in words, become a byte to
+// add and one to subtract with saturation (every term lies within +-255),
+// which gives the portable loop's clamped sum. Each 16-byte chunk of output
+// is then luma bytes and term bytes picked straight into their places, so
+// no interleave follows. A lane computes the terms of four groups, its
+// slots: for three-byte pixels lane l holds groups 4l..4l+3 and the chunks
+// of output half l; for four-byte ones it holds groups l, l + 2, l + 4,
+// l + 6, so that the two lanes of chunk k are groups 2k and 2k + 1, which
+// follow each other in the output.
+template <int Bytes>
+struct sYuv411Layout {
+    static constexpr int Group(int lane, int slot) { return Bytes == 3 ? 4 * lane + slot : 2 * slot + lane; }
+    // Byte offsets of the 16-byte windows each lane loads: the two chroma
+    // registers, then the luma register of each chunk. For four-byte pixels
+    // the odd chunks' windows are the same 16 bytes in both lanes.
+    static constexpr int Chroma(int r, int lane) { return Bytes == 3 ? 24 * lane + 8 * r : 24 * r + 6 * lane; }
+    static constexpr int Luma(int k, int lane)
+    {
+        return Bytes == 3 ? 24 * lane + (k == 0 ? 0 : 8) : k % 2 == 0 ? 12 * k + 6 * lane : 12 * k - 4;
+    }
+};
 
 template <int Red, int Blue, int Bytes>
 struct sYuv411Chunks {
-    __m256i chromaA, chromaB;
-    __m256i luma[Bytes], term[Bytes];  // Bytes chunks in a lane's 16 pixels
+    __m256i chroma[2];                 // u, v words of slot s at words 2s, 2s + 1
+    __m256i luma[Bytes], term[Bytes];  // Bytes chunks of 16 bytes a lane
     sYuv411Chunks()
     {
-        signed char ca[16], cb[16];
-        for (int j = 0; j < 16; ++j) {
-            const int c = 6 * (j / 4) + 3 * ((j / 2) % 2);  // word j / 2: u, v of group j / 4
-            ca[j] = static_cast<signed char>(j % 2 != 0 || c >= 16 ? -1 : c);
-            cb[j] = static_cast<signed char>(j % 2 != 0 || c < 16 ? -1 : c - 8);
-        }
-        chromaA = Lanes(ca);
-        chromaB = Lanes(cb);
-        for (int k = 0; k < Bytes; ++k) {
-            signed char l[16], t[16];
+        typedef sYuv411Layout<Bytes> L;
+        static const int kLuma[4] = {1, 2, 4, 5};
+        signed char c[2][32], l[Bytes][32], t[Bytes][32];
+        for (int lane = 0; lane < 2; ++lane)
             for (int j = 0; j < 16; ++j) {
-                const int q = 16 * k + j, c = q % Bytes, g = q / Bytes / 4, o = Luma411(q / Bytes);
-                // Term bytes: blue at 2g, red at 2g + 1, green at 9 + 2g.
-                const int at = c == Red ? 2 * g + 1 : c == 1 ? 9 + 2 * g : c == Blue ? 2 * g : -1;
-                l[j] = static_cast<signed char>(at < 0 ? -1 : FromSecond411(k, Bytes) ? o - 8 : o);
-                t[j] = static_cast<signed char>(at);
+                const int o = 6 * L::Group(lane, j / 4) + 3 * ((j / 2) % 2);
+                for (int r = 0; r < 2; ++r) {
+                    const int at = o - L::Chroma(r, lane);
+                    const bool here = j % 2 == 0 && at >= 0 && at < 16 && (r == 0 || o - L::Chroma(0, lane) >= 16);
+                    c[r][16 * lane + j] = static_cast<signed char>(here ? at : -1);
+                }
+                for (int k = 0; k < Bytes; ++k) {
+                    // Slot, pixel of its group and sample of output byte j.
+                    const int q = 16 * k + j;
+                    const int slot = Bytes == 3 ? q / 12 : k, pixel = Bytes == 3 ? q / 3 % 4 : j / 4, s = q % Bytes;
+                    // Term bytes: blue at 2 slot, red at the byte after,
+                    // green at 9 + 2 slot.
+                    const int at = s == Red ? 2 * slot + 1 : s == 1 ? 9 + 2 * slot : s == Blue ? 2 * slot : -1;
+                    const int from = 6 * L::Group(lane, slot) + kLuma[pixel] - L::Luma(k, lane);
+                    l[k][16 * lane + j] = static_cast<signed char>(at < 0 ? -1 : from);
+                    t[k][16 * lane + j] = static_cast<signed char>(at);
+                }
             }
-            luma[k] = Lanes(l);
-            term[k] = Lanes(t);
+        for (int r = 0; r < 2; ++r)
+            chroma[r] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(c[r]));
+        for (int k = 0; k < Bytes; ++k) {
+            luma[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(l[k]));
+            term[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t[k]));
         }
     }
 };
@@ -614,6 +625,7 @@ struct sYuv411Chunks {
 template <int Red, int Blue, int Bytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
+    typedef sYuv411Layout<Bytes> L;
     static const sYuv411Chunks<Red, Blue, Bytes> table;
     const sYuv411Chunks<Red, Blue, Bytes> t = table;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
@@ -624,12 +636,13 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
     const __m256i zero = _mm256_setzero_si256();
     const int32_t whole = width & ~3;
     int32_t x = 0;
+    // Every window lies in the step's 48 bytes.
     for (; NextStep(x, whole, 32, 32); x += 32) {
         const unsigned char* s = src + (x >> 2) * 6;
-        const __m256i a = Loadu2Blend(s, s + 24);
-        const __m256i b = Loadu2Blend(s + 8, s + 32);
+        const __m256i a = Loadu2Blend(s + L::Chroma(0, 0), s + L::Chroma(0, 1));
+        const __m256i b = Loadu2Blend(s + L::Chroma(1, 0), s + L::Chroma(1, 1));
         const __m256i chroma = _mm256_sub_epi16(
-            _mm256_or_si256(_mm256_shuffle_epi8(a, t.chromaA), _mm256_shuffle_epi8(b, t.chromaB)), neutral);
+            _mm256_or_si256(_mm256_shuffle_epi8(a, t.chroma[0]), _mm256_shuffle_epi8(b, t.chroma[1])), neutral);
         // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
         const __m256i outer = _mm256_add_epi16(_mm256_mullo_epi16(chroma, twoOne), _mm256_mulhi_epi16(chroma, factors));
         // Green term at v: v plus the high word of u * 22544 - v * 18745.
@@ -638,21 +651,24 @@ int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
         const __m256i down = _mm256_packus_epi16(_mm256_sub_epi16(zero, outer), green);
         __m256i chunk[Bytes];
         for (int k = 0; k < Bytes; ++k) {
-            const __m256i luma = _mm256_shuffle_epi8(FromSecond411(k, Bytes) ? b : a, t.luma[k]);
-            chunk[k] = _mm256_subs_epu8(_mm256_adds_epu8(luma, _mm256_shuffle_epi8(up, t.term[k])),
-                                        _mm256_shuffle_epi8(down, t.term[k]));
+            __m256i window = a;
+            if (L::Luma(k, 0) == L::Chroma(1, 0))
+                window = b;
+            else if (L::Luma(k, 0) != L::Chroma(0, 0))
+                window = Loadu2Blend(s + L::Luma(k, 0), s + L::Luma(k, 1));
+            chunk[k] = _mm256_subs_epu8(
+                _mm256_adds_epu8(_mm256_shuffle_epi8(window, t.luma[k]), _mm256_shuffle_epi8(up, t.term[k])),
+                _mm256_shuffle_epi8(down, t.term[k]));
         }
-        // Lane 0 holds the first half of the output, lane 1 the second.
         unsigned char* d = dst + Bytes * static_cast<std::ptrdiff_t>(x);
         if (Bytes == 3) {
+            // Lane 0 holds the first half of the output, lane 1 the second.
             Storeu(d, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
             Storeu(d + 32, _mm256_blend_epi32(chunk[2], chunk[0], 0xF0));
             Storeu(d + 64, _mm256_permute2x128_si256(chunk[1], chunk[2], 0x31));
         } else {
-            Storeu(d, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
-            Storeu(d + 32, _mm256_permute2x128_si256(chunk[2], chunk[3 % Bytes], 0x20));
-            Storeu(d + 64, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x31));
-            Storeu(d + 96, _mm256_permute2x128_si256(chunk[2], chunk[3 % Bytes], 0x31));
+            for (int k = 0; k < Bytes; ++k)
+                Storeu(d + 32 * k, chunk[k]);
         }
     }
     return x;
