@@ -296,6 +296,48 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     return WordsChecked(src, dst, count, r, lut);
 }
 
+// --- deep colour to bytes -------------------------------------------------------
+
+// Eight pixels a step from the 48 bytes of two loads at 0 and 16: packed
+// to bytes, lane 0 holds samples 0..15 and lane 1 samples 8..23, so each
+// lane's four pixels are one in-lane shuffle. Three-byte pixels store 16
+// bytes a lane, the second at 12: 10 pixels of room.
+template <bool Reversed, int PixelBytes>
+int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r)
+{
+    signed char pick[32];
+    for (int j = 0; j < 32; ++j) {
+        const int lane = j / 16, p = (j % 16) / PixelBytes, c = (j % 16) % PixelBytes;
+        const int w = 3 * p + (Reversed ? 2 - c : c) + (lane == 0 ? 0 : 4);
+        pick[j] = static_cast<signed char>(c == 3 || p >= 4 ? -1 : w);
+    }
+    const __m256i vpick = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pick));
+    const __m256i alpha = _mm256_set1_epi32(PixelBytes == 4 ? static_cast<int>(0xFF000000u) : 0);
+    const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
+    const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
+    const __m256i limit = _mm256_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    int32_t x = 0;
+    for (; NextStep(x, width, PixelBytes == 3 ? 10 : 8, 8); x += 8) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu(s);
+        const __m256i b = Loadu(s + 16);
+        const __m256i above = _mm256_or_si256(_mm256_subs_epu16(a, limit), _mm256_subs_epu16(b, limit));
+        if (!_mm256_testz_si256(above, above))
+            return x;
+        const __m256i bytes = _mm256_shuffle_epi8(
+            _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift)), vpick);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
+        if (PixelBytes == 4) {
+            Storeu(d, _mm256_or_si256(bytes, alpha));
+        } else {
+            Store128(d, _mm256_castsi256_si128(bytes));
+            Store128(d + 12, _mm256_extracti128_si256(bytes, 1));
+        }
+    }
+    return x;
+}
+
 // --- packed mono ----------------------------------------------------------------
 
 // Words b0:b1 for the first pixel of a group and b2:b1 for the second; the
@@ -745,6 +787,9 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->reorder[1][1][0] = SameOrder4;
     b->reorder[1][1][1] = Reverse4;
     b->words8 = Words8;
+    b->deep[0][1] = Deep<false, 4>;
+    b->deep[1][0] = Deep<true, 3>;
+    b->deep[1][1] = Deep<true, 4>;
     b->unpack8[0] = Unpack8<2>;
     b->unpack8[1] = Unpack8<4>;
     b->yuv422[0][0] = Yuv422<2, 0, 3>;

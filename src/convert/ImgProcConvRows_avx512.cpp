@@ -371,6 +371,42 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
                                        : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
+// --- deep colour to bytes -------------------------------------------------------
+
+// Three-byte pixels: 21 a step from the registers at 0 and 64, 63 bytes
+// stored in a whole register (22 pixels of room for both). Four-byte ones:
+// 16 a step from the 96 bytes at 0 and 32.
+template <bool Reversed, int PixelBytes>
+int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r)
+{
+    const int step = PixelBytes == 3 ? 21 : 16, room = PixelBytes == 3 ? 22 : 16;
+    const int second = PixelBytes == 3 ? 32 : 16;  // first sample of the second register
+    unsigned char pick[64];
+    for (int j = 0; j < 64; ++j) {
+        const int p = j / PixelBytes, c = j % PixelBytes, w = 3 * p + (Reversed ? 2 - c : c);
+        pick[j] = static_cast<unsigned char>(c == 3 || p >= step ? 0 : w < 32 ? 2 * w : 64 + 2 * (w - second));
+    }
+    const __m512i vpick = Table(pick);
+    const __m512i alpha = _mm512_set1_epi32(PixelBytes == 4 ? static_cast<int>(0xFF000000u) : 0);
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m512i limit = _mm512_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    // The three-byte step's last word belongs to the next pixel.
+    const __mmask32 counted = PixelBytes == 3 ? 0x7FFFFFFFu : 0xFFFFFFFFu;
+    int32_t x = 0;
+    for (; NextStep(x, width, room, step); x += step) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 2 * second);
+        if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_mask_cmpgt_epu16_mask(counted, b, limit)) != 0)
+            return x;
+        const __m512i bytes = _mm512_permutex2var_epi8(Rescale(a, mul, add, shift), vpick, Rescale(b, mul, add, shift));
+        _mm512_storeu_si512(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), _mm512_or_si512(bytes, alpha));
+    }
+    return x;
+}
+
 // --- 4:2:2 to colour ---------------------------------------------------------------
 
 // As in the AVX2 file: the portable fixed-point terms split so that every
@@ -669,6 +705,9 @@ void ConvRowBodiesAvx512(sConvRowBodies* b)
     b->reorder[1][0][1] = Permute<4, 3, true>;
     b->reorder[1][1][1] = Permute<4, 4, true>;
     b->words8 = Words8;
+    b->deep[0][1] = Deep<false, 4>;
+    b->deep[1][0] = Deep<true, 3>;
+    b->deep[1][1] = Deep<true, 4>;
     b->unpack8[0] = Unpack8<2>;
     b->unpack8[1] = Unpack8<4>;
     b->yuv422[0][0] = Yuv422<2, 0, 3>;
