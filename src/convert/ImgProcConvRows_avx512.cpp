@@ -375,18 +375,21 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
 
 // Three-byte pixels: 21 a step from the registers at 0 and 64, 63 bytes
 // stored in a whole register (22 pixels of room for both). Four-byte ones:
-// 16 a step from the 96 bytes at 0 and 32.
+// 32 a step from the three registers of their 192 bytes, 16 pixels from the
+// first two and 16 from the last two.
 template <bool Reversed, int PixelBytes>
 int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r)
 {
-    const int step = PixelBytes == 3 ? 21 : 16, room = PixelBytes == 3 ? 22 : 16;
-    const int second = PixelBytes == 3 ? 32 : 16;  // first sample of the second register
-    unsigned char pick[64];
-    for (int j = 0; j < 64; ++j) {
-        const int p = j / PixelBytes, c = j % PixelBytes, w = 3 * p + (Reversed ? 2 - c : c);
-        pick[j] = static_cast<unsigned char>(c == 3 || p >= step ? 0 : w < 32 ? 2 * w : 64 + 2 * (w - second));
-    }
-    const __m512i vpick = Table(pick);
+    const int step = PixelBytes == 3 ? 21 : 32, room = PixelBytes == 3 ? 22 : 32;
+    unsigned char pick[2][64];
+    for (int h = 0; h < 2; ++h)
+        for (int j = 0; j < 64; ++j) {
+            const int p = j / PixelBytes, c = j % PixelBytes;
+            // Sample of output byte j, counted from the first register used.
+            const int w = 3 * p + (Reversed ? 2 - c : c) + (PixelBytes == 4 ? 16 * h : 0);
+            pick[h][j] = static_cast<unsigned char>(c == 3 || 3 * p + 2 >= 64 ? 0 : 2 * w);
+        }
+    const __m512i pick0 = Table(pick[0]), pick1 = Table(pick[1]);
     const __m512i alpha = _mm512_set1_epi32(PixelBytes == 4 ? static_cast<int>(0xFF000000u) : 0);
     const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
     const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
@@ -397,12 +400,24 @@ int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const 
     int32_t x = 0;
     for (; NextStep(x, width, room, step); x += step) {
         const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
         const __m512i a = _mm512_loadu_si512(s);
-        const __m512i b = _mm512_loadu_si512(s + 2 * second);
-        if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_mask_cmpgt_epu16_mask(counted, b, limit)) != 0)
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        if (PixelBytes == 3) {
+            if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_mask_cmpgt_epu16_mask(counted, b, limit)) != 0)
+                return x;
+            _mm512_storeu_si512(
+                d, _mm512_permutex2var_epi8(Rescale(a, mul, add, shift), pick0, Rescale(b, mul, add, shift)));
+            continue;
+        }
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_cmpgt_epu16_mask(b, limit) |
+             _mm512_cmpgt_epu16_mask(c, limit)) != 0)
             return x;
-        const __m512i bytes = _mm512_permutex2var_epi8(Rescale(a, mul, add, shift), vpick, Rescale(b, mul, add, shift));
-        _mm512_storeu_si512(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), _mm512_or_si512(bytes, alpha));
+        const __m512i ra = Rescale(a, mul, add, shift), rb = Rescale(b, mul, add, shift);
+        const __m512i rc = Rescale(c, mul, add, shift);
+        _mm512_storeu_si512(d, _mm512_or_si512(_mm512_permutex2var_epi8(ra, pick0, rb), alpha));
+        _mm512_storeu_si512(d + 64, _mm512_or_si512(_mm512_permutex2var_epi8(rb, pick1, rc), alpha));
     }
     return x;
 }
