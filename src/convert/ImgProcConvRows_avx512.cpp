@@ -562,6 +562,7 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
 // saturation (every term lies within +-255), which gives the portable loop's
 // clamped sum. Each 64-byte chunk of the output is then luma bytes and term
 // bytes permuted straight into their output places: no interleave follows.
+
 // Source byte of the luma of pixel p, counted from the step's first group.
 constexpr int Luma411(int p)
 {
