@@ -89,15 +89,15 @@ std::vector<RowCase> Cases()
     c.push_back({KORVA_PIXTYPE_BGRA8_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 8, [](L l, const Tables& t) {
                      return Rgb(KORVA_PIXTYPE_BGRA8_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 8, l, t);
                  }});
-    c.push_back({KORVA_PIXTYPE_RGB12_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 12, [](L l, const Tables& t) {
-                     return Rgb(KORVA_PIXTYPE_RGB12_PACKED, KORVA_PIXTYPE_RGB8_PACKED, 12, l, t);
-                 }});
+    for (int d : {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGR8_PACKED, KORVA_PIXTYPE_RGBA8_PACKED})
+        c.push_back({KORVA_PIXTYPE_RGB12_PACKED, d, 12,
+                     [d](L l, const Tables& t) { return Rgb(KORVA_PIXTYPE_RGB12_PACKED, d, 12, l, t); }});
     for (int d : {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGRA8_PACKED})
         c.push_back({KORVA_PIXTYPE_YUV422_PACKED, d, 8,
                      [d](L l, const Tables& t) { return Yuv(KORVA_PIXTYPE_YUV422_PACKED, d, l, t); }});
-    c.push_back({KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_BGR8_PACKED, 8, [](L l, const Tables& t) {
-                     return Yuv(KORVA_PIXTYPE_YUV411_PACKED, KORVA_PIXTYPE_BGR8_PACKED, l, t);
-                 }});
+    for (int d : {KORVA_PIXTYPE_BGR8_PACKED, KORVA_PIXTYPE_BGRA8_PACKED})
+        c.push_back({KORVA_PIXTYPE_YUV411_PACKED, d, 8,
+                     [d](L l, const Tables& t) { return Yuv(KORVA_PIXTYPE_YUV411_PACKED, d, l, t); }});
     c.push_back({KORVA_PIXTYPE_YUV444_PACKED, KORVA_PIXTYPE_RGBA8_PACKED, 8, [](L l, const Tables& t) {
                      return Yuv(KORVA_PIXTYPE_YUV444_PACKED, KORVA_PIXTYPE_RGBA8_PACKED, l, t);
                  }});

@@ -264,6 +264,14 @@ void WordsVectorRow(const unsigned char* src, unsigned char* dst, int32_t width,
                                                  width - done, c);
 }
 
+template <bool Reversed, eFourth Fourth>
+void DeepVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sRgbRow& c)
+{
+    const int32_t done = c.deep(src, dst, width, c.rescale);
+    ColourRow<WORD, BYTE, 6, Reversed, Fourth>(src + 6 * static_cast<ptrdiff_t>(done), dst + done * c.dstStep,
+                                               width - done, c);
+}
+
 // Replaces a portable row by its vector form where the level has a body and
 // the tables have the shape the body computes.
 RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvLutShape& shape, const sConvRowBodies& bodies,
@@ -298,13 +306,30 @@ RgbRowFunction VectorForm(RgbRowFunction row, sRgbRow* c, const sConvLutShape& s
         c->bytes = f.body;
         return f.vector;
     }
+    const int32_t srcMax = LargestSampleValue(srcBpp);
+    if (!shape.Rescales(0, srcMax) || !shape.Rescales(1, srcMax) || !shape.Rescales(2, srcMax))
+        return row;
     if (row == &ColourRow<WORD, BYTE, 6, false, FOURTH_NONE> && bodies.words8 != nullptr) {
-        const int32_t srcMax = LargestSampleValue(srcBpp);
-        if (shape.Rescales(0, srcMax) && shape.Rescales(1, srcMax) && shape.Rescales(2, srcMax)) {
-            c->rescale = shape.rescale;
-            c->words = bodies.words8;
-            return &WordsVectorRow;
-        }
+        c->rescale = shape.rescale;
+        c->words = bodies.words8;
+        return &WordsVectorRow;
+    }
+    struct sDeepForm {
+        RgbRowFunction portable;
+        ConvDeepBody body;
+        RgbRowFunction vector;
+    };
+    const sDeepForm deep[] = {
+        {&ColourRow<WORD, BYTE, 6, true, FOURTH_NONE>, bodies.deep[1][0], &DeepVectorRow<true, FOURTH_NONE>},
+        {&ColourRow<WORD, BYTE, 6, false, FOURTH_OPAQUE>, bodies.deep[0][1], &DeepVectorRow<false, FOURTH_OPAQUE>},
+        {&ColourRow<WORD, BYTE, 6, true, FOURTH_OPAQUE>, bodies.deep[1][1], &DeepVectorRow<true, FOURTH_OPAQUE>},
+    };
+    for (const sDeepForm& f : deep) {
+        if (f.portable != row || f.body == nullptr)
+            continue;
+        c->rescale = shape.rescale;
+        c->deep = f.body;
+        return f.vector;
     }
     return row;
 }
@@ -383,6 +408,7 @@ void PickRgbRow(uint32_t srcFormat, uint32_t dstFormat, int32_t srcBpp, int32_t 
     c->planeDistance = planeDistance;
     c->bytes = nullptr;
     c->words = nullptr;
+    c->deep = nullptr;
     c->convert = PickPackedRow(srcFormat, dstFormat, srcBpp, dstBpp, &dstPixel);
     c->dstPixel = dstPixel;
     c->dstStep = static_cast<ptrdiff_t>(stepX) * dstPixel;

@@ -24,6 +24,7 @@ struct sRgbRow {
     uintptr_t planeDistance;  // planar destination: bytes between planes
     ConvBytesBody bytes;      // vector bodies, where the row has one
     ConvWordsBody words;
+    ConvDeepBody deep;
     sConvRescale rescale;
 };
 

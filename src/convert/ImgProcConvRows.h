@@ -32,6 +32,9 @@ typedef int32_t (*ConvBytesBody)(const unsigned char* src, unsigned char* dst, i
 // ends the body there.
 typedef int32_t (*ConvWordsBody)(const unsigned char* src, unsigned char* dst, int32_t count, const sConvRescale& r,
                                  const uint16_t* lut);
+// Deep colour, three words a pixel, to 8-bit colour through a rescale;
+// returns pixels done, ending at the first vector holding a word above max.
+typedef int32_t (*ConvDeepBody)(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r);
 // Packed mono groups of 3 bytes to two bytes each; returns groups done.
 typedef int32_t (*ConvUnpackBody)(const unsigned char* src, unsigned char* dst, int32_t groups,
                                   const sConvRescale& r);
@@ -46,6 +49,9 @@ struct sConvRowBodies {
     // four-byte destination, reversed order.
     ConvBytesBody reorder[2][2][2];
     ConvWordsBody words8;
+    // Deep colour to bytes with the samples reversed or an opaque fourth
+    // byte. Index: reversed, four bytes; the kept three-byte order is words8.
+    ConvDeepBody deep[2][2];
     // Index: 0 for the 10-bit layout, 1 for the 12-bit one.
     ConvUnpackBody unpack8[2];
     // 4:2:2 (U Y V Y) to colour with an identity table. Index: red first,

@@ -296,6 +296,48 @@ int32_t Words8(const unsigned char* src, unsigned char* dst, int32_t count, cons
     return WordsChecked(src, dst, count, r, lut);
 }
 
+// --- deep colour to bytes -------------------------------------------------------
+
+// Eight pixels a step from the 48 bytes of two loads at 0 and 16: packed
+// to bytes, lane 0 holds samples 0..15 and lane 1 samples 8..23, so each
+// lane's four pixels are one in-lane shuffle. Three-byte pixels store 16
+// bytes a lane, the second at 12: 10 pixels of room.
+template <bool Reversed, int PixelBytes>
+int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r)
+{
+    signed char pick[32];
+    for (int j = 0; j < 32; ++j) {
+        const int lane = j / 16, p = (j % 16) / PixelBytes, c = (j % 16) % PixelBytes;
+        const int w = 3 * p + (Reversed ? 2 - c : c) + (lane == 0 ? 0 : 4);
+        pick[j] = static_cast<signed char>(c == 3 || p >= 4 ? -1 : w);
+    }
+    const __m256i vpick = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(pick));
+    const __m256i alpha = _mm256_set1_epi32(PixelBytes == 4 ? static_cast<int>(0xFF000000u) : 0);
+    const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
+    const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
+    const __m256i limit = _mm256_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    int32_t x = 0;
+    for (; NextStep(x, width, PixelBytes == 3 ? 10 : 8, 8); x += 8) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x);
+        const __m256i a = Loadu(s);
+        const __m256i b = Loadu(s + 16);
+        const __m256i above = _mm256_or_si256(_mm256_subs_epu16(a, limit), _mm256_subs_epu16(b, limit));
+        if (!_mm256_testz_si256(above, above))
+            return x;
+        const __m256i bytes = _mm256_shuffle_epi8(
+            _mm256_packus_epi16(Rescale(a, mul, add, shift), Rescale(b, mul, add, shift)), vpick);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
+        if (PixelBytes == 4) {
+            Storeu(d, _mm256_or_si256(bytes, alpha));
+        } else {
+            Store128(d, _mm256_castsi256_si128(bytes));
+            Store128(d + 12, _mm256_extracti128_si256(bytes, 1));
+        }
+    }
+    return x;
+}
+
 // --- packed mono ----------------------------------------------------------------
 
 // Words b0:b1 for the first pixel of a group and b2:b1 for the second; the
@@ -561,53 +603,114 @@ int32_t Yuv444Quad(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
-// Groups of U Y Y V Y Y, 32 pixels a step: lane 0 of the two source
-// registers holds groups 0, 1 and 4, 5, lane 1 groups 2, 3 and 6, 7, so the
-// chroma terms are computed once a group, for eight groups in one register,
-// and spread to their pixels inside each lane.
+// Groups of U Y Y V Y Y, 32 pixels a step. The colours are made in bytes:
+// each group's three chroma terms, computed once in words, become a byte to
+// add and one to subtract with saturation (every term lies within +-255),
+// which gives the portable loop's clamped sum. Each 16-byte chunk of output
+// is then luma bytes and term bytes picked straight into their places, so
+// no interleave follows. A lane computes the terms of four groups, its
+// slots: for three-byte pixels lane l holds groups 4l..4l+3 and the chunks
+// of output half l; for four-byte ones it holds groups l, l + 2, l + 4,
+// l + 6, so that the two lanes of chunk k are groups 2k and 2k + 1, which
+// follow each other in the output.
+template <int Bytes>
+struct sYuv411Layout {
+    static constexpr int Group(int lane, int slot) { return Bytes == 3 ? 4 * lane + slot : 2 * slot + lane; }
+    // Byte offsets of the 16-byte windows each lane loads: the two chroma
+    // registers, then the luma register of each chunk. For four-byte pixels
+    // the odd chunks' windows are the same 16 bytes in both lanes.
+    static constexpr int Chroma(int r, int lane) { return Bytes == 3 ? 24 * lane + 8 * r : 24 * r + 6 * lane; }
+    static constexpr int Luma(int k, int lane)
+    {
+        return Bytes == 3 ? 24 * lane + (k == 0 ? 0 : 8) : k % 2 == 0 ? 12 * k + 6 * lane : 12 * k - 4;
+    }
+};
+
+template <int Red, int Blue, int Bytes>
+struct sYuv411Chunks {
+    __m256i chroma[2];                 // u, v words of slot s at words 2s, 2s + 1
+    __m256i luma[Bytes], term[Bytes];  // Bytes chunks of 16 bytes a lane
+    sYuv411Chunks()
+    {
+        typedef sYuv411Layout<Bytes> L;
+        static const int kLuma[4] = {1, 2, 4, 5};
+        signed char c[2][32], l[Bytes][32], t[Bytes][32];
+        for (int lane = 0; lane < 2; ++lane)
+            for (int j = 0; j < 16; ++j) {
+                const int o = 6 * L::Group(lane, j / 4) + 3 * ((j / 2) % 2);
+                for (int r = 0; r < 2; ++r) {
+                    const int at = o - L::Chroma(r, lane);
+                    const bool here = j % 2 == 0 && at >= 0 && at < 16 && (r == 0 || o - L::Chroma(0, lane) >= 16);
+                    c[r][16 * lane + j] = static_cast<signed char>(here ? at : -1);
+                }
+                for (int k = 0; k < Bytes; ++k) {
+                    // Slot, pixel of its group and sample of output byte j.
+                    const int q = 16 * k + j;
+                    const int slot = Bytes == 3 ? q / 12 : k, pixel = Bytes == 3 ? q / 3 % 4 : j / 4, s = q % Bytes;
+                    // Term bytes: blue at 2 slot, red at the byte after,
+                    // green at 9 + 2 slot.
+                    const int at = s == Red ? 2 * slot + 1 : s == 1 ? 9 + 2 * slot : s == Blue ? 2 * slot : -1;
+                    const int from = 6 * L::Group(lane, slot) + kLuma[pixel] - L::Luma(k, lane);
+                    l[k][16 * lane + j] = static_cast<signed char>(at < 0 ? -1 : from);
+                    t[k][16 * lane + j] = static_cast<signed char>(at);
+                }
+            }
+        for (int r = 0; r < 2; ++r)
+            chroma[r] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(c[r]));
+        for (int k = 0; k < Bytes; ++k) {
+            luma[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(l[k]));
+            term[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t[k]));
+        }
+    }
+};
+
 template <int Red, int Blue, int Bytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const signed char kLuma[16] = {1, -1, 2, -1, 4, -1, 5, -1, 7, -1, 8, -1, 10, -1, 11, -1};
-    // Chroma words u, v of the lane's first two groups, then (from the
-    // second register) of its last two.
-    static const signed char kChromaFirst[16] = {0, -1, 3, -1, 6, -1, 9, -1, -1, -1, -1, -1, -1, -1, -1, -1};
-    static const signed char kChromaSecond[16] = {-1, -1, -1, -1, -1, -1, -1, -1, 0, -1, 3, -1, 6, -1, 9, -1};
-    // A group's term word (word g of the lane) to its four pixels; half h
-    // takes groups 2h and 2h + 1.
-    static const signed char kSpread[2][16] = {{0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5},
-                                               {8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13}};
-    static const signed char kSpreadHigh[2][16] = {{2, 3, 2, 3, 2, 3, 2, 3, 6, 7, 6, 7, 6, 7, 6, 7},
-                                                   {10, 11, 10, 11, 10, 11, 10, 11, 14, 15, 14, 15, 14, 15, 14, 15}};
-    const __m256i pickLuma = Lanes(kLuma), pickFirst = Lanes(kChromaFirst), pickSecond = Lanes(kChromaSecond);
-    const __m256i spread[2] = {Lanes(kSpread[0]), Lanes(kSpread[1])};
-    const __m256i spreadHigh[2] = {Lanes(kSpreadHigh[0]), Lanes(kSpreadHigh[1])};
-    static const sColourStore<Red, Blue, Bytes> store;
-    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
+    typedef sYuv411Layout<Bytes> L;
+    static const sYuv411Chunks<Red, Blue, Bytes> table;
+    const sYuv411Chunks<Red, Blue, Bytes> t = table;  // in registers: the stores may alias a static
     const __m256i neutral = _mm256_set1_epi16(127);
+    // mulhi factors of the blue term (u words) and the red term (v words).
+    const __m256i factors = _mm256_set1_epi32(static_cast<int>(0x672BC5E3u));
     const __m256i weights = _mm256_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m256i twoOne = _mm256_set1_epi32(0x00010002);
+    const __m256i zero = _mm256_setzero_si256();
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    // Four 16-byte loads of which 12 bytes count: 36 pixels of room.
-    for (; NextStep(x, whole, 36, 32); x += 32) {
-        const unsigned char* s = src + (x / 4) * 6;
-        const __m256i in[2] = {Loadu2(s, s + 12), Loadu2(s + 24, s + 36)};
-        // Words u', v' per group: u at even, v at odd words.
+    // Every window lies in the step's 48 bytes.
+    for (; NextStep(x, whole, 32, 32); x += 32) {
+        const unsigned char* s = src + (x >> 2) * 6;
+        const __m256i a = Loadu2Blend(s + L::Chroma(0, 0), s + L::Chroma(0, 1));
+        const __m256i b = Loadu2Blend(s + L::Chroma(1, 0), s + L::Chroma(1, 1));
         const __m256i chroma = _mm256_sub_epi16(
-            _mm256_or_si256(_mm256_shuffle_epi8(in[0], pickFirst), _mm256_shuffle_epi8(in[1], pickSecond)), neutral);
-        // Per group: red term at the v word, blue term at the u word, green
-        // correction in the dword's high word.
-        const __m256i redTerm = _mm256_add_epi16(chroma, _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(26411)));
-        const __m256i blueTerm =
-            _mm256_add_epi16(_mm256_add_epi16(chroma, chroma), _mm256_mulhi_epi16(chroma, _mm256_set1_epi16(-14877)));
-        const __m256i greenTerm = _mm256_add_epi16(_mm256_srli_epi32(chroma, 16),
-                                                   _mm256_srli_epi32(_mm256_madd_epi16(chroma, weights), 16));
-        for (int h = 0; h < 2; ++h) {
-            const __m256i luma = _mm256_shuffle_epi8(in[h], pickLuma);
-            const __m256i red = _mm256_add_epi16(luma, _mm256_shuffle_epi8(redTerm, spreadHigh[h]));
-            const __m256i green = _mm256_sub_epi16(luma, _mm256_shuffle_epi8(greenTerm, spread[h]));
-            const __m256i blue = _mm256_add_epi16(luma, _mm256_shuffle_epi8(blueTerm, spread[h]));
-            out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x + 16 * h), red, green, blue);
+            _mm256_or_si256(_mm256_shuffle_epi8(a, t.chroma[0]), _mm256_shuffle_epi8(b, t.chroma[1])), neutral);
+        // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
+        const __m256i outer = _mm256_add_epi16(_mm256_mullo_epi16(chroma, twoOne), _mm256_mulhi_epi16(chroma, factors));
+        // Green term at v: v plus the high word of u * 22544 - v * 18745.
+        const __m256i green = _mm256_add_epi16(chroma, _mm256_madd_epi16(chroma, weights));
+        const __m256i up = _mm256_packus_epi16(outer, _mm256_sub_epi16(zero, green));
+        const __m256i down = _mm256_packus_epi16(_mm256_sub_epi16(zero, outer), green);
+        __m256i chunk[Bytes];
+        for (int k = 0; k < Bytes; ++k) {
+            __m256i window = a;
+            if (L::Luma(k, 0) == L::Chroma(1, 0))
+                window = b;
+            else if (L::Luma(k, 0) != L::Chroma(0, 0))
+                window = Loadu2Blend(s + L::Luma(k, 0), s + L::Luma(k, 1));
+            chunk[k] = _mm256_subs_epu8(
+                _mm256_adds_epu8(_mm256_shuffle_epi8(window, t.luma[k]), _mm256_shuffle_epi8(up, t.term[k])),
+                _mm256_shuffle_epi8(down, t.term[k]));
+        }
+        unsigned char* d = dst + Bytes * static_cast<std::ptrdiff_t>(x);
+        if (Bytes == 3) {
+            // Lane 0 holds the first half of the output, lane 1 the second.
+            Storeu(d, _mm256_permute2x128_si256(chunk[0], chunk[1], 0x20));
+            Storeu(d + 32, _mm256_blend_epi32(chunk[2], chunk[0], 0xF0));
+            Storeu(d + 64, _mm256_permute2x128_si256(chunk[1], chunk[2], 0x31));
+        } else {
+            for (int k = 0; k < Bytes; ++k)
+                Storeu(d + 32 * k, chunk[k]);
         }
     }
     return x;
@@ -684,6 +787,9 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->reorder[1][1][0] = SameOrder4;
     b->reorder[1][1][1] = Reverse4;
     b->words8 = Words8;
+    b->deep[0][1] = Deep<false, 4>;
+    b->deep[1][0] = Deep<true, 3>;
+    b->deep[1][1] = Deep<true, 4>;
     b->unpack8[0] = Unpack8<2>;
     b->unpack8[1] = Unpack8<4>;
     b->yuv422[0][0] = Yuv422<2, 0, 3>;

@@ -371,6 +371,57 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
                                        : UnpackScaled<Shift, false>(src, dst, groups, r);
 }
 
+// --- deep colour to bytes -------------------------------------------------------
+
+// Three-byte pixels: 21 a step from the registers at 0 and 64, 63 bytes
+// stored in a whole register (22 pixels of room for both). Four-byte ones:
+// 32 a step from the three registers of their 192 bytes, 16 pixels from the
+// first two and 16 from the last two.
+template <bool Reversed, int PixelBytes>
+int32_t Deep(const unsigned char* src, unsigned char* dst, int32_t width, const sConvRescale& r)
+{
+    const int step = PixelBytes == 3 ? 21 : 32, room = PixelBytes == 3 ? 22 : 32;
+    unsigned char pick[2][64];
+    for (int h = 0; h < 2; ++h)
+        for (int j = 0; j < 64; ++j) {
+            const int p = j / PixelBytes, c = j % PixelBytes;
+            // Sample of output byte j, counted from the first register used.
+            const int w = 3 * p + (Reversed ? 2 - c : c) + (PixelBytes == 4 ? 16 * h : 0);
+            pick[h][j] = static_cast<unsigned char>(c == 3 || 3 * p + 2 >= 64 ? 0 : 2 * w);
+        }
+    const __m512i pick0 = Table(pick[0]), pick1 = Table(pick[1]);
+    const __m512i alpha = _mm512_set1_epi32(PixelBytes == 4 ? static_cast<int>(0xFF000000u) : 0);
+    const __m512i mul = _mm512_set1_epi16(static_cast<short>(r.mul));
+    const __m512i add = _mm512_set1_epi16(static_cast<short>(r.add));
+    const __m512i limit = _mm512_set1_epi16(static_cast<short>(r.max));
+    const __m128i shift = _mm_cvtsi32_si128(r.shift);
+    // The three-byte step's last word belongs to the next pixel.
+    const __mmask32 counted = PixelBytes == 3 ? 0x7FFFFFFFu : 0xFFFFFFFFu;
+    int32_t x = 0;
+    for (; NextStep(x, width, room, step); x += step) {
+        const unsigned char* s = src + 6 * static_cast<std::ptrdiff_t>(x);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 64);
+        if (PixelBytes == 3) {
+            if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_mask_cmpgt_epu16_mask(counted, b, limit)) != 0)
+                return x;
+            _mm512_storeu_si512(
+                d, _mm512_permutex2var_epi8(Rescale(a, mul, add, shift), pick0, Rescale(b, mul, add, shift)));
+            continue;
+        }
+        const __m512i c = _mm512_loadu_si512(s + 128);
+        if ((_mm512_cmpgt_epu16_mask(a, limit) | _mm512_cmpgt_epu16_mask(b, limit) |
+             _mm512_cmpgt_epu16_mask(c, limit)) != 0)
+            return x;
+        const __m512i ra = Rescale(a, mul, add, shift), rb = Rescale(b, mul, add, shift);
+        const __m512i rc = Rescale(c, mul, add, shift);
+        _mm512_storeu_si512(d, _mm512_or_si512(_mm512_permutex2var_epi8(ra, pick0, rb), alpha));
+        _mm512_storeu_si512(d + 64, _mm512_or_si512(_mm512_permutex2var_epi8(rb, pick1, rc), alpha));
+    }
+    return x;
+}
+
 // --- 4:2:2 to colour ---------------------------------------------------------------
 
 // As in the AVX2 file: the portable fixed-point terms split so that every
@@ -482,25 +533,6 @@ const sSamplePick& Yuv444Pick()
     return pick;
 }
 
-// 4:1:1: eight groups of U Y Y V Y Y in 48 bytes.
-const sSamplePick& Yuv411Pick()
-{
-    static const sSamplePick pick = [] {
-        sSamplePick t;
-        static const int kLuma[4] = {1, 2, 4, 5};
-        for (int p = 0; p < 32; ++p) {
-            const int g = 6 * (p / 4);
-            t.index[0][2 * p] = static_cast<unsigned char>(g);
-            t.index[1][2 * p] = static_cast<unsigned char>(g + kLuma[p % 4]);
-            t.index[2][2 * p] = static_cast<unsigned char>(g + 3);
-            for (int k = 0; k < 3; ++k)
-                t.index[k][2 * p + 1] = 0;
-        }
-        return t;
-    }();
-    return pick;
-}
-
 const __mmask64 kLowBytes = 0x5555555555555555ull;
 
 template <int Red, int Blue, int PixelBytes>
@@ -524,24 +556,92 @@ int32_t Yuv444(const unsigned char* src, unsigned char* dst, int32_t width)
     return x;
 }
 
-// A whole-register load takes 48 bytes and reaches 16 further: 44 pixels of
-// room inside the row's groups.
+// 4:1:1: 64 pixels (16 groups of U Y Y V Y Y, 96 bytes) from the registers at
+// 0 and 32. The colours are made in bytes: each group's three chroma terms,
+// computed once in words, become a byte to add and one to subtract with
+// saturation (every term lies within +-255), which gives the portable loop's
+// clamped sum. Each 64-byte chunk of the output is then luma bytes and term
+// bytes permuted straight into their output places: no interleave follows.
+
+// Source byte of the luma of pixel p, counted from the step's first group.
+constexpr int Luma411(int p)
+{
+    return 6 * (p / 4) + (p % 4 < 2 ? 1 + p % 4 : 2 + p % 4);
+}
+
+// Whether 64-byte chunk k of `bytes`-byte pixels takes its luma from the
+// register at 32 rather than the one at 0: whether its last pixel's lies
+// beyond the first.
+constexpr bool FromSecond411(int k, int bytes)
+{
+    return Luma411((64 * k + 63) / bytes) >= 64;
+}
+
+template <int Red, int Blue, int PixelBytes>
+struct sYuv411Chunks {
+    unsigned char chroma[64];  // u, v words of group g at words 2g, 2g + 1
+    unsigned char luma[PixelBytes][64], term[PixelBytes][64];
+    __mmask64 colour;  // the bytes that are not alpha
+    sYuv411Chunks() : colour(0)
+    {
+        for (int w = 0; w < 32; ++w) {
+            const int o = 6 * (w / 2) + 3 * (w % 2);
+            chroma[2 * w] = static_cast<unsigned char>(o < 64 ? o : 64 + o - 32);
+            chroma[2 * w + 1] = 0;
+        }
+        for (int j = 0; j < 64; ++j)
+            if (j % PixelBytes != 3)
+                colour |= __mmask64(1) << j;
+        for (int k = 0; k < PixelBytes; ++k)
+            for (int j = 0; j < 64; ++j) {
+                const int q = 64 * k + j, c = q % PixelBytes, g = q / PixelBytes / 4, o = Luma411(q / PixelBytes);
+                // Lane g / 4 of the term bytes: blue, red at 2 (g % 4) and the
+                // byte after, green at 9 + 2 (g % 4).
+                const int at = 16 * (g / 4) + (c == Red ? 2 * (g % 4) + 1 : c == 1 ? 9 + 2 * (g % 4) : 2 * (g % 4));
+                luma[k][j] = static_cast<unsigned char>(FromSecond411(k, PixelBytes) ? o - 32 : o);
+                term[k][j] = static_cast<unsigned char>(at);
+            }
+    }
+};
+
 template <int Red, int Blue, int PixelBytes>
 int32_t Yuv411(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sColourStore<Red, Blue, PixelBytes> out;
-    const sSamplePick& pick = Yuv411Pick();
-    const __m512i pu = Table(pick.index[0]), py = Table(pick.index[1]), pv = Table(pick.index[2]);
+    static const sYuv411Chunks<Red, Blue, PixelBytes> t;
+    const __m512i pickChroma = Table(t.chroma);
+    __m512i luma[PixelBytes], term[PixelBytes];
+    for (int k = 0; k < PixelBytes; ++k) {
+        luma[k] = Table(t.luma[k]);
+        term[k] = Table(t.term[k]);
+    }
     const __m512i neutral = _mm512_set1_epi16(127);
+    // mulhi factors of the blue term (u words) and the red term (v words).
+    const __m512i factors = _mm512_set1_epi32(static_cast<int>(0x672BC5E3u));
+    const __m512i weights = _mm512_set1_epi32(static_cast<int>(0xB6C75810u));
+    const __m512i zero = _mm512_setzero_si512();
+    const __mmask32 uWords = 0x55555555u;
+    const __mmask64 colour = t.colour;
     const int32_t whole = width & ~3;
     int32_t x = 0;
-    for (; NextStep(x, whole, 44, 32); x += 32) {
-        const __m512i in = _mm512_loadu_si512(src + (x / 4) * 6);
-        const __m512i u = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pu, in), neutral);
-        const __m512i v = _mm512_sub_epi16(_mm512_maskz_permutexvar_epi8(kLowBytes, pv, in), neutral);
-        __m512i red, green, blue;
-        Colours(_mm512_maskz_permutexvar_epi8(kLowBytes, py, in), u, v, red, green, blue);
-        out.Store(dst + PixelBytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    for (; NextStep(x, whole, 64, 64); x += 64) {
+        const unsigned char* s = src + (x >> 2) * 6;
+        const __m512i a = _mm512_loadu_si512(s);
+        const __m512i b = _mm512_loadu_si512(s + 32);
+        const __m512i chroma = _mm512_sub_epi16(_mm512_maskz_permutex2var_epi8(kLowBytes, a, pickChroma, b), neutral);
+        // Blue term 2u + (u * -14877 >> 16) at u, red term v + (v * 26411 >> 16) at v.
+        __m512i outer = _mm512_add_epi16(chroma, _mm512_mulhi_epi16(chroma, factors));
+        outer = _mm512_mask_add_epi16(outer, uWords, outer, chroma);
+        // Green term at v: v plus the high word of u * 22544 - v * 18745.
+        const __m512i green = _mm512_add_epi16(chroma, _mm512_madd_epi16(chroma, weights));
+        const __m512i up = _mm512_packus_epi16(outer, _mm512_sub_epi16(zero, green));
+        const __m512i down = _mm512_packus_epi16(_mm512_sub_epi16(zero, outer), green);
+        unsigned char* d = dst + PixelBytes * static_cast<std::ptrdiff_t>(x);
+        for (int k = 0; k < PixelBytes; ++k) {
+            const __m512i y = _mm512_permutexvar_epi8(luma[k], FromSecond411(k, PixelBytes) ? b : a);
+            const __m512i sum = _mm512_adds_epu8(y, _mm512_permutexvar_epi8(term[k], up));
+            const __m512i out = _mm512_subs_epu8(sum, _mm512_permutexvar_epi8(term[k], down));
+            _mm512_storeu_si512(d + 64 * k, PixelBytes == 4 ? _mm512_maskz_mov_epi8(colour, out) : out);
+        }
     }
     return x;
 }
@@ -621,6 +721,9 @@ void ConvRowBodiesAvx512(sConvRowBodies* b)
     b->reorder[1][0][1] = Permute<4, 3, true>;
     b->reorder[1][1][1] = Permute<4, 4, true>;
     b->words8 = Words8;
+    b->deep[0][1] = Deep<false, 4>;
+    b->deep[1][0] = Deep<true, 3>;
+    b->deep[1][1] = Deep<true, 4>;
     b->unpack8[0] = Unpack8<2>;
     b->unpack8[1] = Unpack8<4>;
     b->yuv422[0][0] = Yuv422<2, 0, 3>;

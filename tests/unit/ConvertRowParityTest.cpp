@@ -151,9 +151,11 @@ std::vector<RowCase> RowCases()
                          [=](L l, const Tables& t) { return Yuv(yuv[k], KORVA_PIXTYPE_MONO8, l, t); }});
     for (int bpp : {10, 12}) {
         const uint32_t rgb = bpp == 10 ? KORVA_PIXTYPE_RGB10_PACKED : KORVA_PIXTYPE_RGB12_PACKED;
-        cases.push_back({"rgb words to bytes", 6, 3, (1 << bpp) - 1, 255, [=](L l, const Tables& t) {
-                             return Rgb(rgb, KORVA_PIXTYPE_RGB8_PACKED, bpp, 8, l, t);
-                         }});
+        for (uint32_t d : colour8) {
+            const double dBytes = d == KORVA_PIXTYPE_RGBA8_PACKED || d == KORVA_PIXTYPE_BGRA8_PACKED ? 4 : 3;
+            cases.push_back({"rgb words to bytes", 6, dBytes, (1 << bpp) - 1, 255,
+                             [=](L l, const Tables& t) { return Rgb(rgb, d, bpp, 8, l, t); }});
+        }
         cases.push_back({"planar words", 6, 3, (1 << bpp) - 1, 255,
                          [=](L l, const Tables& t) { return Planar(bpp, l, t); }});
     }
