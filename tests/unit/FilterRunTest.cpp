@@ -65,6 +65,11 @@ TEST(FilterRun, BoxKeepsAUniformFrameInTheFixedRow)
     FilterRun run(1);
     ASSERT_TRUE(run.Run(Bytes(4 * 6 + 2, 90), 4, 4));
     EXPECT_EQ(Expect(16, 5, {90, 90, 90, 90}), run.dst);
+    // Flipped, the walk runs leftwards from column 2, on into row 0.
+    FilterRun flipped(1);
+    flipped.filter.mbFlipHorizontal = true;
+    ASSERT_TRUE(flipped.Run(Bytes(4 * 6 + 2, 90), 4, 4));
+    EXPECT_EQ(Expect(16, 3, {90, 90, 90, 90}), flipped.dst);
 }
 
 TEST(FilterRun, ReadsPastTheSourceBufferCountAsZero)
