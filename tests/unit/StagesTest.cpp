@@ -168,6 +168,13 @@ TEST(FilterRun, BoxKeepsAUniformFrameInTheFixedRow)
     flipped.filter.mbFlipHorizontal = true;
     ASSERT_TRUE(flipped.Run(Bytes(4 * 6 + 2, 90), 4, 4));
     EXPECT_EQ(Expect(16, 3, {90, 90, 90, 90}), flipped.dst);
+    // Three samples a pixel (no view in the system has more than one): the
+    // window reads 18 samples a row, the pass writes 12, the last beyond the
+    // buffer.
+    FilterRun colour(1);
+    colour.proc->mMemDst.miCanals = 3;
+    ASSERT_TRUE(colour.Run(Bytes(4 * 5 + 18, 90), 4, 4));
+    EXPECT_EQ(Expect(16, 5, Bytes(11, 90)), colour.dst);
 }
 
 TEST(FilterRun, ReadsPastTheSourceBufferCountAsZero)
