@@ -78,44 +78,28 @@ TEST(RgbConverter, EveryBranchOnSmallFrames)
 
 // Distinct tables show which one each memory position reads: OnConvert's own
 // build is skipped because the key already fits.
+// Table k holds v + 10 (k + 1), and T0 of 1 is 1011, stored as 0xF3 where
+// a byte is written.
 TEST(RgbConverter, EachMemoryPositionUsesItsOwnTable)
 {
-    struct Poked {
-        const char* what;
-        Format src, dst;
-        Bytes source, expected;
-    } cases[] = {
-        {"straight", kRgb8, kRgb8, {1, 2, 3}, {11, 22, 33}},
-        {"reversed lands T0 last", kRgb8, kBgr8, {1, 2, 3}, {33, 22, 11}},
-        {"blue first still uses T0 first", kBgr8, kRgba8, {1, 2, 3, 4}, {33, 22, 11, 0xFF}},
-        {"alpha bypasses the tables", kRgba8, kRgba8, {1, 2, 3, 4}, {11, 22, 33, 4}},
+    const unsigned char T = 1011 & 0xFF;
+    RunCases(&CImgProc::mConvRGB, {
+        {"straight", kRgb8, kRgb8, 1, 1, {1, 2, 3}, {T, 22, 33}},
+        {"reversed lands T0 last", kRgb8, kBgr8, 1, 1, {1, 2, 3}, {33, 22, T}},
+        {"blue first still uses T0 first", kBgr8, kRgba8, 1, 1, {1, 2, 3, 4}, {33, 22, T, 0xFF}},
+        {"alpha bypasses the tables", kRgba8, kRgba8, 1, 1, {1, 2, 3, 4}, {T, 22, 33, 4}},
         // (30 * 1011 + 60 * 22 + 10 * 33) / 100 = 319: full entries, low byte stored.
-        {"grey uses whole entries", kBgr8, kMono8, {1, 2, 3}, {319 & 0xFF}},
-        {"planes from 8-bit take s2 first", kRgb8, kPlanar8, {1, 2, 3}, {13, 22, 31}},
-        {"planes from words", kRgb10, kPlanar8, Words({1, 2, 3}), {11, 22, 33, E, E, E}},
-        {"words to bytes keep low bytes", kBgr10, kRgb8, Words({1, 2, 3}), {33, 22, 11}},
-    };
-    for (const Poked& c : cases) {
-        std::unique_ptr<CImgProc> proc = MakeImage();
-        Bytes src = c.source;
-        Bytes dst(c.expected.size(), E);
-        Bind(proc->mMemSrc, src, 1, 1, c.src);
-        Bind(proc->mMemDst, dst, 1, 1, c.dst);
-        proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
-        for (unsigned v = 0; v < 256; ++v) {
-            proc->mpLUT[0][v] = static_cast<uint16_t>(v + 10 + (v == 1 ? 1000 : 0));
-            proc->mpLUT[1][v] = static_cast<uint16_t>(v + 20);
-            proc->mpLUT[2][v] = static_cast<uint16_t>(v + 30);
-        }
-        proc->RecordLutShape();
-        EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
-        // 1011 stores as 0xF3 where a byte is written.
-        Bytes expected = c.expected;
-        for (unsigned char& b : expected)
-            if (b == 11)
-                b = 1011 & 0xFF;
-        EXPECT_EQ(expected, dst) << c.what;
-    }
+        {"grey uses whole entries", kBgr8, kMono8, 1, 1, {1, 2, 3}, {319 & 0xFF}},
+        {"planes from 8-bit take s2 first", kRgb8, kPlanar8, 1, 1, {1, 2, 3}, {13, 22, 31}},
+        {"planes from words", kRgb10, kPlanar8, 1, 1, Words({1, 2, 3}), {T, 22, 33, E, E, E}},
+        {"words to bytes keep low bytes", kBgr10, kRgb8, 1, 1, Words({1, 2, 3}), {33, 22, T}},
+    }, [](CImgProc& proc) {
+        proc.createLookUpTables(1.0, 1.0, 1.0, 1.0);
+        for (unsigned v = 0; v < 256; ++v)
+            for (unsigned k = 0; k < 3; ++k)
+                proc.mpLUT[k][v] = static_cast<uint16_t>(v + 10 * (k + 1) + (k == 0 && v == 1 ? 1000 : 0));
+        proc.RecordLutShape();
+    });
 }
 
 TEST(RgbConverterDeathTest, OtherSourcesAreAFault)
