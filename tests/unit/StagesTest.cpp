@@ -251,6 +251,9 @@ TEST(FilterRun, RefusesBeforeWriting)
     EXPECT_FALSE(other.filter.Convert());
     other.Lay(other.proc->mMemDst, other.dst, KORVA_PIXTYPE_MONO8, 4, 3);
     EXPECT_FALSE(other.filter.Convert());
+    other.Lay(other.proc->mMemDst, other.dst, KORVA_PIXTYPE_MONO8, 4, 4);
+    other.proc->mMemSrc.freeChunkOfData();  // a source without image
+    EXPECT_FALSE(other.filter.Convert());
     EXPECT_EQ(untouched, other.dst);
 }
 
