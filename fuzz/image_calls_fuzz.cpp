@@ -36,9 +36,11 @@ std::vector<int> FormatCodes()
 }
 
 // The planar converter serves only RGB8_PLANAR and the YUV converter a few
-// destinations; both assert on any other. Asked of the source's own record.
-bool StopsByDesign(CImgProc& source, uint32_t from, uint32_t destination)
+// destinations; both assert on any other. Asked of the source's own record,
+// for its wish (0: its own format).
+bool StopsByDesign(CImgProc& source, uint32_t wish)
 {
+    const uint32_t from = source.mMemSrc.miPixelFormat, destination = wish == 0 ? from : wish;
     const auto found = source.mPixelFormatMap.find(from);
     if (found == source.mPixelFormatMap.end())
         return false;
@@ -117,14 +119,6 @@ struct Host {
             return nullptr;
         const int offset = in.Range(-4, length + 4);
         return reinterpret_cast<unsigned char*>(reinterpret_cast<uintptr_t>(base) + static_cast<intptr_t>(offset));
-    }
-
-    // The format a converter of `source` would write for this pair, and
-    // whether a converter would run on it at all.
-    static bool Refused(CImgProc& source, uint32_t wish)
-    {
-        const uint32_t from = source.mMemSrc.miPixelFormat;
-        return StopsByDesign(source, from, wish == 0 ? from : wish);
     }
 
     void Step()
@@ -222,14 +216,14 @@ struct Host {
             int need = 0;
             o.getTransformBufferLength(&need);
             const int length = in.Bool() ? need : Length();
-            if (!Refused(o, o.mMemDst.miPixelFormat))
+            if (!StopsByDesign(o, o.mMemDst.miPixelFormat))
                 o.doTransform(Buffer(length), length);
             break;
         }
         case 20:
         case 21: {
             CImgProc& d = Pick();
-            if (&d != &o && !Refused(o, d.mMemDst.miPixelFormat))
+            if (&d != &o && !StopsByDesign(o, d.mMemDst.miPixelFormat))
                 o.doTransformImageObject(&d);
             break;
         }

@@ -243,6 +243,24 @@ TEST(DemosaicDispatch, MonoDestinationSwitchesTheMethodForGood)
               Bytes(f.dst.begin() + 6, f.dst.begin() + W * 3 - 6));
 }
 
+// A destination buffer that ends inside the last row the 5 by 5 walk
+// writes: nothing lands behind it, and the rows above are the roomy run's.
+TEST(DemosaicDispatch, MonoWalkKeepsToAShortDestinationBuffer)
+{
+    const int W = 8, H = 8, length = 5 * W + 4;
+    Frame roomy, cut;
+    for (Frame* f : {&roomy, &cut}) {
+        f->Source(RG8, W, H, [](int x, int y) { return 20 * x + 7 * y; });
+        f->Destination(KORVA_PIXTYPE_MONO8);
+    }
+    CMemoryAccess& view = cut.proc->mMemDst;
+    view.SetBasePointer(cut.dst.data(), length);
+    ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, cut.dst.data(), length, 0, length));
+    ASSERT_TRUE(roomy.Run(KORVA_DEMOSAIC_MONO) && cut.Run(KORVA_DEMOSAIC_MONO));
+    EXPECT_EQ(Bytes(roomy.dst.begin(), roomy.dst.begin() + 5 * W), Bytes(cut.dst.begin(), cut.dst.begin() + 5 * W));
+    EXPECT_EQ(Bytes(W * H - length, kUntouched), Bytes(cut.dst.begin() + length, cut.dst.end()));
+}
+
 // Row 3 of the destination starts beyond its chunk: rows from there on stay
 // as they were, the rows before are written, the result is true.
 TEST(DemosaicDispatch, MissingDestinationRowEndsTheLoop)

@@ -137,6 +137,23 @@ TEST(Markup, EditsShiftEveryLaterRecord)
     EXPECT_EQ("<root>v<c/>\r\n</root>\r\n", Str(fresh.GetDoc()));
 }
 
+// The builder's insert mode, which no public call takes yet: the new
+// element goes in front of the given sibling, in the text and in the links.
+struct InsertingMarkup : CMarkup {
+    using CMarkup::x_AddElem;
+};
+
+TEST(Markup, InsertGoesInFrontOfTheSibling)
+{
+    InsertingMarkup doc;
+    ASSERT_TRUE(doc.SetDoc("<r><a/><b/><c/></r>"));
+    ASSERT_TRUE(doc.FindElem());
+    ASSERT_TRUE(doc.FindChildElem("c"));
+    EXPECT_TRUE(doc.x_AddElem("n", nullptr, true, true));
+    EXPECT_EQ("<r|<a|><b|><n|><c|>>", Walk(doc));
+    ExpectReparses(doc);
+}
+
 TEST(Markup, AttributeWithUnclosedQuoteStaysInItsTag)
 {
     // The value's quote runs past the tag: it is no attribute, and setting

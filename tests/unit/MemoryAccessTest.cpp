@@ -15,12 +15,6 @@ uintptr_t Addr(const unsigned char* p) {
     return reinterpret_cast<uintptr_t>(p);
 }
 
-// A view on `buffer` with a whole-buffer image chunk and the given format.
-void Prepare(CMemoryAccess& view, std::vector<unsigned char>& buffer, int32_t width, int32_t height, uint32_t format,
-             double factor) {
-    testframes::Bind(view, buffer, width, height, {format, factor, 8});
-}
-
 TEST(MemoryAccessTest, SetRoiAcceptsOnlyRegionsInsideTheImage) {
     struct Case {
         int32_t left, top, width, height;
@@ -78,7 +72,7 @@ TEST(MemoryAccessTest, ImagePointerFollowsTheAddressingFormula) {
     for (const Case& c : cases) {
         std::vector<unsigned char> buffer(static_cast<size_t>(c.width * c.height * (c.factor > 0 ? c.factor : 1)));
         CMemoryAccess view(nullptr);
-        Prepare(view, buffer, c.width, c.height, c.format, c.factor);
+        testframes::Bind(view, buffer, c.width, c.height, {c.format, c.factor, 8});
         view.miRoiLeft = c.roiLeft;
         view.miRoiTop = c.roiTop;
         unsigned char* p = view.GetImagePointer(c.x, c.y, c.plane);
@@ -102,7 +96,7 @@ TEST(MemoryAccessTest, PlanarFactorIsPerPlaneAndPitchUsesIt) {
     for (const Case& c : cases) {
         std::vector<unsigned char> buffer(48);
         CMemoryAccess view(nullptr);
-        Prepare(view, buffer, 4, 2, c.format, c.stored);
+        testframes::Bind(view, buffer, 4, 2, {c.format, c.stored, 8});
         EXPECT_DOUBLE_EQ(c.stored, view.GetBytePerPixel());
         EXPECT_DOUBLE_EQ(c.addressing, view._GetBytePerPixel());
         view.miRoiWidth = 3;  // the region's row, truncated: 4.5 bytes give 4
@@ -113,7 +107,7 @@ TEST(MemoryAccessTest, PlanarFactorIsPerPlaneAndPitchUsesIt) {
 TEST(MemoryAccessTest, OffsetsWrapsAndMissingChunks) {
     std::vector<unsigned char> buffer(64), image(40);
     CMemoryAccess view(nullptr);
-    Prepare(view, image, 10, 4, KORVA_PIXTYPE_MONO8, 1.0);
+    testframes::Bind(view, image, 10, 4, testframes::kMono8);
     unsigned char* row2 = view.GetImagePointer(0, 2, 0);
     view.miDataOffset = 15;  // shortens the image, not the address
     EXPECT_EQ(row2, view.GetImagePointer(0, 2, 0));
@@ -121,7 +115,7 @@ TEST(MemoryAccessTest, OffsetsWrapsAndMissingChunks) {
 
     // The chunk's data offset moves the address but not the bound.
     view.miDataOffset = 0;
-    Prepare(view, buffer, 4, 4, KORVA_PIXTYPE_MONO8, 1.0);
+    testframes::Bind(view, buffer, 4, 4, testframes::kMono8);
     ASSERT_EQ(RESULT_OK, view.setChunkOfData(KORVA_CHUNK_IMAGE, buffer.data() + 8, 16, 8, 16));
     EXPECT_EQ(buffer.data() + 16, view.GetImagePointer(0, 0, 0));
     EXPECT_EQ(buffer.data() + 32, view.GetImagePointer(0, 4, 0));
@@ -129,7 +123,7 @@ TEST(MemoryAccessTest, OffsetsWrapsAndMissingChunks) {
 
     // 32768 * 65536 wraps to -2^31: the offset is negative, so it passes the
     // bound, and its low 32 bits are added.
-    Prepare(view, buffer, 65536, 1, KORVA_PIXTYPE_MONO8, 1.0);
+    testframes::Bind(view, buffer, 65536, 1, testframes::kMono8);
     EXPECT_EQ(Addr(buffer.data()) + 0x80000000u, Addr(view.GetImagePointer(0, 32768, 0)));
 
     // No image chunk, no image; the lookup leaves a default record. A chunk
@@ -146,7 +140,7 @@ TEST(MemoryAccessTest, AssignmentAndCopyKeepTheirOwnBuffer) {
     std::vector<unsigned char> a(32), b(64);
     PixelFormatMap formats;
     CMemoryAccess source(&formats);
-    Prepare(source, a, 4, 8, KORVA_PIXTYPE_MONO8, 1.0);
+    testframes::Bind(source, a, 4, 8, testframes::kMono8);
     source.SetROI(1, 2, 3, 4);
     source.miDataOffset = 7;
     CMemoryAccess target(nullptr);
@@ -173,7 +167,7 @@ TEST(MemoryAccessTest, AssignmentAndCopyKeepTheirOwnBuffer) {
 TEST(MemoryAccessTest, FreeBasePointerWithoutReleaseOnlyEmptiesTheView) {
     std::vector<unsigned char> buffer(16, 0xA5);
     CMemoryAccess view(nullptr);
-    Prepare(view, buffer, 4, 4, KORVA_PIXTYPE_MONO8, 1.0);
+    testframes::Bind(view, buffer, 4, 4, testframes::kMono8);
     view.FreeBasePointer(false);
     EXPECT_EQ(nullptr, view.mpBasePointer);
     EXPECT_EQ(0, view.miBufferLength);

@@ -88,26 +88,17 @@ TEST(MonoConverter, RefusalsPlacementAndMissingRows)
 
     // Pixel (x, y) lands at column miDstStartX + miStepX x of row
     // miStepY y + miDstStartY.
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    Bytes src = Words({65535, 32768, 257, 0});
-    Bytes dst(6 * 5, E);
-    Bind(*proc, proc->mMemSrc, src, 2, 2, KORVA_PIXTYPE_MONO16);
-    Bind(*proc, proc->mMemDst, dst, 6, 5, KORVA_PIXTYPE_MONO8);
-    ASSERT_TRUE(proc->mMemDst.SetROI(0, 0, 2, 2));
-    proc->mConvMono.miStepX = proc->mConvMono.miStepY = 2;
-    proc->mConvMono.miDstStartX = proc->mConvMono.miDstStartY = 1;
-    EXPECT_TRUE(proc->mConvMono.Convert());
-    Bytes expected(30, E);
-    expected[7] = 255;
-    expected[9] = 128;
-    expected[19] = 1;
-    expected[21] = 0;
-    EXPECT_EQ(expected, dst);
+    RunCases(&CImgProc::mConvMono, {{"placement", kMono16, kMono8, 2, 2, Words({65535, 32768, 257, 0}),
+                                     {E, E, E, E, E, E, E, 255, E, 128, E, E, E, E, E, E, E, E,
+                                      E, 1, E, 0, E, E, E, E, E, E, E, E}, {}, {6, 5, 0, 0}}},
+             [](CImgProc& proc) {
+                 proc.mConvMono.miStepX = proc.mConvMono.miStepY = 2;
+                 proc.mConvMono.miDstStartX = proc.mConvMono.miDstStartY = 1;
+             });
 
     // A destination row that cannot be addressed ends the run with success.
-    proc = MakeImage();
-    src = {1, 2, 3, 4, 5, 6};
-    dst.assign(6, E);
+    std::unique_ptr<CImgProc> proc = MakeImage();
+    Bytes src = {1, 2, 3, 4, 5, 6}, dst(6, E);
     Bind(*proc, proc->mMemSrc, src, 2, 3, KORVA_PIXTYPE_MONO8);
     Bind(*proc, proc->mMemDst, dst, 2, 3, KORVA_PIXTYPE_MONO8, 1);
     EXPECT_TRUE(proc->mConvMono.Convert());

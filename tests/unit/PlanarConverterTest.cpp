@@ -33,26 +33,13 @@ TEST(PlanarConverter, DeepPlanesAreLoweredByTheTables)
 
 TEST(PlanarConverter, RegionsAndMissingPlanes)
 {
-    // 2x1 region at (1, 1) of a 3x2 source into row 1 of a 2x2 destination.
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    Bytes src = Counting(18);
-    Bytes dst(12, E);
-    Bind(proc->mMemSrc, src, 3, 2, kPlanar8);
-    Bind(proc->mMemDst, dst, 2, 2, kPlanar8);
-    ASSERT_TRUE(proc->mMemSrc.SetROI(1, 1, 2, 1));
-    ASSERT_TRUE(proc->mMemDst.SetROI(0, 1, 2, 1));
-    EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
-    EXPECT_EQ((Bytes{E, E, 5, 6, E, E, 11, 12, E, E, 17, 18}), dst);
-
-    // With a 9-byte chunk plane 2 of row 1 (offset 10) has no address: row 1
-    // is left whole in every plane.
-    proc = MakeImage();
-    src = Counting(12);
-    dst.assign(12, E);
-    Bind(proc->mMemSrc, src, 2, 2, kPlanar8);
-    Bind(proc->mMemDst, dst, 2, 2, kPlanar8, 9);
-    EXPECT_TRUE(proc->mConvRGBPlanar.Convert());
-    EXPECT_EQ((Bytes{1, 2, E, E, 5, 6, E, E, 9, 10, E, E}), dst);
+    RunCases(&CImgProc::mConvRGBPlanar, {
+        {"2x1 at (1, 1) of 3x2 into row 1 of 2x2", kPlanar8, kPlanar8, 2, 1, Counting(18),
+         {E, E, 5, 6, E, E, 11, 12, E, E, 17, 18}, {3, 2, 1, 1}, {2, 2, 0, 1}},
+        // With a 9-byte chunk plane 2 of row 1 (offset 10) has no address: row
+        // 1 is left whole in every plane.
+        {"missing plane", kPlanar8, kPlanar8, 2, 2, Counting(12), {1, 2, E, E, 5, 6, E, E, 9, 10, E, E}, {}, {}, 9},
+    });
 }
 
 TEST(PlanarConverterDeathTest, OtherFormatsAreAFault)

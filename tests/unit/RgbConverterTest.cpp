@@ -61,101 +61,45 @@ TEST(RgbConverter, EveryBranchOnSmallFrames)
         {"into any planar code", kRgb12, {KORVA_PIXTYPE_RGB12_PLANAR, 6.0, 8}, 1, 1, Words({4095, 2048, 100}),
          {255, E, 128, E, 6, E}},
         {"no yuv path", kRgb8, kYuv422, 1, 1, {1, 2, 3}, {E, E}},
+        {"an rgb8 source claiming 9 bits is read as words", {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 9}, kRgb8, 1, 1,
+         {10, 0, 20, 0, 30, 0}, {10, 20, 30}},
+        // Regions: 1x2 at (1, 0) of a 3x2 source into column 2 of a 3x2 destination.
+        {"regions", kRgb8, kBgra8, 1, 2, Counting(18),
+         {E, E, E, E, E, E, E, E, 6, 5, 4, 0xFF, E, E, E, E, E, E, E, E, 15, 14, 13, 0xFF}, {3, 2, 1, 0}, {3, 2, 2, 0}},
+        // 2x2 region at column 1 of a 3x2 planar frame: planes lie 4 bytes apart
+        // from each row start, not 6, so later rows overwrite earlier planes.
+        {"planes a region pitch times height apart", kRgb8, kPlanar8, 2, 2, Counting(12),
+         {E, 3, 6, E, 9, 12, 5, E, 8, 11, 4, E, 7, 10, E, E, E, E}, {}, {3, 2, 1, 0}},
+        // A chunk of 5 bytes still places row 1 (offset 3), not row 2 (offset 6).
+        {"a null row stops, earlier rows stay", kRgb8, kRgb8, 1, 3, Counting(9), {1, 2, 3, 4, 5, 6, E, E, E}, {}, {},
+         5},
     });
 }
 
 // Distinct tables show which one each memory position reads: OnConvert's own
 // build is skipped because the key already fits.
+// Table k holds v + 10 (k + 1), and T0 of 1 is 1011, stored as 0xF3 where
+// a byte is written.
 TEST(RgbConverter, EachMemoryPositionUsesItsOwnTable)
 {
-    struct Poked {
-        const char* what;
-        Format src, dst;
-        Bytes source, expected;
-    } cases[] = {
-        {"straight", kRgb8, kRgb8, {1, 2, 3}, {11, 22, 33}},
-        {"reversed lands T0 last", kRgb8, kBgr8, {1, 2, 3}, {33, 22, 11}},
-        {"blue first still uses T0 first", kBgr8, kRgba8, {1, 2, 3, 4}, {33, 22, 11, 0xFF}},
-        {"alpha bypasses the tables", kRgba8, kRgba8, {1, 2, 3, 4}, {11, 22, 33, 4}},
+    const unsigned char T = 1011 & 0xFF;
+    RunCases(&CImgProc::mConvRGB, {
+        {"straight", kRgb8, kRgb8, 1, 1, {1, 2, 3}, {T, 22, 33}},
+        {"reversed lands T0 last", kRgb8, kBgr8, 1, 1, {1, 2, 3}, {33, 22, T}},
+        {"blue first still uses T0 first", kBgr8, kRgba8, 1, 1, {1, 2, 3, 4}, {33, 22, T, 0xFF}},
+        {"alpha bypasses the tables", kRgba8, kRgba8, 1, 1, {1, 2, 3, 4}, {T, 22, 33, 4}},
         // (30 * 1011 + 60 * 22 + 10 * 33) / 100 = 319: full entries, low byte stored.
-        {"grey uses whole entries", kBgr8, kMono8, {1, 2, 3}, {319 & 0xFF}},
-        {"planes from 8-bit take s2 first", kRgb8, kPlanar8, {1, 2, 3}, {13, 22, 31}},
-        {"planes from words", kRgb10, kPlanar8, Words({1, 2, 3}), {11, 22, 33, E, E, E}},
-        {"words to bytes keep low bytes", kBgr10, kRgb8, Words({1, 2, 3}), {33, 22, 11}},
-    };
-    for (const Poked& c : cases) {
-        std::unique_ptr<CImgProc> proc = MakeImage();
-        Bytes src = c.source;
-        Bytes dst(c.expected.size(), E);
-        Bind(proc->mMemSrc, src, 1, 1, c.src);
-        Bind(proc->mMemDst, dst, 1, 1, c.dst);
-        proc->createLookUpTables(1.0, 1.0, 1.0, 1.0);
-        for (unsigned v = 0; v < 256; ++v) {
-            proc->mpLUT[0][v] = static_cast<uint16_t>(v + 10 + (v == 1 ? 1000 : 0));
-            proc->mpLUT[1][v] = static_cast<uint16_t>(v + 20);
-            proc->mpLUT[2][v] = static_cast<uint16_t>(v + 30);
-        }
-        proc->RecordLutShape();
-        EXPECT_TRUE(proc->mConvRGB.Convert()) << c.what;
-        // 1011 stores as 0xF3 where a byte is written.
-        Bytes expected = c.expected;
-        for (unsigned char& b : expected)
-            if (b == 11)
-                b = 1011 & 0xFF;
-        EXPECT_EQ(expected, dst) << c.what;
-    }
-}
-
-TEST(RgbConverter, PlanarDestinationUsesRegionPitchTimesHeight)
-{
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    // 2x2 region at column 1 of a 3x2 planar frame: planes lie 4 bytes apart
-    // from each row start, not 6, so later rows overwrite earlier planes.
-    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    Bytes dst(18, E);
-    Bind(proc->mMemSrc, src, 2, 2, kRgb8);
-    Bind(proc->mMemDst, dst, 3, 2, kPlanar8);
-    ASSERT_TRUE(proc->mMemDst.SetROI(1, 0, 2, 2));
-    EXPECT_TRUE(proc->mConvRGB.Convert());
-    EXPECT_EQ((Bytes{E, 3, 6, E, 9, 12, 5, E, 8, 11, 4, E, 7, 10, E, E, E, E}), dst);
-}
-
-TEST(RgbConverter, RegionsAndTheRowEnds)
-{
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    // 1x2 region at (1, 0) of a 3x2 source into column 2 of a 3x2 destination.
-    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18};
-    Bytes dst(24, E);
-    Bind(proc->mMemSrc, src, 3, 2, kRgb8);
-    Bind(proc->mMemDst, dst, 3, 2, kBgra8);
-    ASSERT_TRUE(proc->mMemSrc.SetROI(1, 0, 1, 2));
-    ASSERT_TRUE(proc->mMemDst.SetROI(2, 0, 1, 2));
-    EXPECT_TRUE(proc->mConvRGB.Convert());
-    EXPECT_EQ((Bytes{E, E, E, E, E, E, E, E, 6, 5, 4, 0xFF, E, E, E, E, E, E, E, E, 15, 14, 13, 0xFF}), dst);
-}
-
-TEST(RgbConverter, NullRowStopsAndKeepsEarlierRows)
-{
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    // A chunk of 5 bytes still places row 1 (offset 3), not row 2 (offset 6).
-    Bytes src = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-    Bytes dst(9, E);
-    Bind(proc->mMemSrc, src, 1, 3, kRgb8);
-    Bind(proc->mMemDst, dst, 1, 3, kRgb8, 5);
-    EXPECT_TRUE(proc->mConvRGB.Convert());
-    EXPECT_EQ((Bytes{1, 2, 3, 4, 5, 6, E, E, E}), dst);
-}
-
-TEST(RgbConverter, EffectiveDepthDecidesTheElementWidth)
-{
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    // An rgb8 source claiming 9 bits is read as words.
-    Bytes src = {10, 0, 20, 0, 30, 0};
-    Bytes dst(3, E);
-    Bind(proc->mMemSrc, src, 1, 1, {KORVA_PIXTYPE_RGB8_PACKED, 3.0, 9});
-    Bind(proc->mMemDst, dst, 1, 1, kRgb8);
-    EXPECT_TRUE(proc->mConvRGB.Convert());
-    EXPECT_EQ((Bytes{10, 20, 30}), dst);
+        {"grey uses whole entries", kBgr8, kMono8, 1, 1, {1, 2, 3}, {319 & 0xFF}},
+        {"planes from 8-bit take s2 first", kRgb8, kPlanar8, 1, 1, {1, 2, 3}, {13, 22, 31}},
+        {"planes from words", kRgb10, kPlanar8, 1, 1, Words({1, 2, 3}), {T, 22, 33, E, E, E}},
+        {"words to bytes keep low bytes", kBgr10, kRgb8, 1, 1, Words({1, 2, 3}), {33, 22, T}},
+    }, [](CImgProc& proc) {
+        proc.createLookUpTables(1.0, 1.0, 1.0, 1.0);
+        for (unsigned v = 0; v < 256; ++v)
+            for (unsigned k = 0; k < 3; ++k)
+                proc.mpLUT[k][v] = static_cast<uint16_t>(v + 10 * (k + 1) + (k == 0 && v == 1 ? 1000 : 0));
+        proc.RecordLutShape();
+    });
 }
 
 TEST(RgbConverterDeathTest, OtherSourcesAreAFault)

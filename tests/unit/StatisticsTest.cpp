@@ -80,6 +80,10 @@ TEST(StatisticsReduction, HandMadeHistograms)
         {"nothing sampled", 8, {}, {0, 0, 0}},
         // Without a cut the bright tail runs down to bin 0.
         {"bright tail reaches bin 0", 8, {0, 0, 30}, {10, 10, 10}},
+        // A sample above the depth lands in the cell above the largest value,
+        // counted first: holding a tenth, it is the whole bright tail, of
+        // moment 0, and 255 stays out. Mean 511 / 2 * 0.2, truncated.
+        {"cell above the largest value holds the cut", 8, {256, 255, 0, 0, 0, 0, 0, 0, 0, 0}, {51, 0, 0}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

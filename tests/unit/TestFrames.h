@@ -153,13 +153,26 @@ inline std::unique_ptr<CImgProc> MakeFrame(int format, int w, int h, const std::
 }
 
 // One converter run on test-owned buffers: the source holds `source`, the
-// destination starts as kUntouched and must end as `expected`.
+// destination starts as kUntouched and must end as `expected`. A view may
+// lay the width x height region at (left, top) of a larger frame, given as
+// {frame width, frame height, left, top}.
 struct Case {
     const char* what;
     Format src, dst;
     int32_t width, height;
     Bytes source, expected;
+    std::vector<int32_t> srcFrame = {}, dstFrame = {};
+    int32_t dstChunk = -1, srcChunk = -1;  // image chunks; the whole buffer when negative
 };
+
+inline void BindRegion(CMemoryAccess& view, Bytes& buffer, const Case& c, const Format& f,
+                       const std::vector<int32_t>& frame, int32_t chunk = -1)
+{
+    if (frame.empty())
+        return Bind(view, buffer, c.width, c.height, f, chunk);
+    Bind(view, buffer, frame[0], frame[1], f, chunk);
+    ASSERT_TRUE(view.SetROI(frame[2], frame[3], c.width, c.height)) << c.what;
+}
 
 // Runs converter `conv` of a fresh object on each case; `tune` may change the
 // object after the views are bound. The source must stay as it was.
@@ -173,8 +186,8 @@ void RunCases(C CImgProc::*conv, const std::vector<Case>& cases,
         Bytes dst(c.expected.size(), kUntouched);
         proc->mMemSrc.SetPixelFormat(c.src.code, &proc->mPixelFormatMap[c.src.code]);  // stored bits
         proc->mMemDst.SetPixelFormat(c.dst.code, &proc->mPixelFormatMap[c.dst.code]);
-        Bind(proc->mMemSrc, src, c.width, c.height, c.src);
-        Bind(proc->mMemDst, dst, c.width, c.height, c.dst);
+        BindRegion(proc->mMemSrc, src, c, c.src, c.srcFrame, c.srcChunk);
+        BindRegion(proc->mMemDst, dst, c, c.dst, c.dstFrame, c.dstChunk);
         tune(*proc);
         EXPECT_TRUE(((*proc).*conv).Convert()) << c.what;
         EXPECT_EQ(c.expected, dst) << c.what;

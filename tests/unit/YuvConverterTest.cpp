@@ -187,31 +187,17 @@ TEST(YuvConverter, StepDirection)
 TEST(YuvConverter, RowPlacementAndMissingRows)
 {
     // Source row y goes to destination row 2y + 1.
-    std::unique_ptr<CImgProc> proc = MakeImage();
-    Bytes src = {0, 7, 0, 0, 9, 0};
-    Bytes dst(5, E);
-    Bind(*proc, proc->mMemSrc, src, 1, 2, KORVA_PIXTYPE_YUV444_PACKED);
-    Bind(*proc, proc->mMemDst, dst, 1, 5, KORVA_PIXTYPE_MONO8);
-    ASSERT_TRUE(proc->mMemDst.SetROI(0, 0, 1, 2));
-    proc->mConvYUV.miStepY = 2;
-    proc->mConvYUV.miDstStartY = 1;
-    EXPECT_TRUE(proc->mConvYUV.Convert());
-    EXPECT_EQ((Bytes{E, 7, E, 9, E}), dst);
-
-    // A destination row beyond the image chunk ends the run with success.
-    proc = MakeImage();
-    src = {0, 7, 0, 0, 8, 0, 0, 9, 0};
-    dst.assign(3, E);
-    Bind(*proc, proc->mMemSrc, src, 1, 3, KORVA_PIXTYPE_YUV444_PACKED);
-    Bind(*proc, proc->mMemDst, dst, 1, 3, KORVA_PIXTYPE_MONO8, 1);
-    EXPECT_TRUE(proc->mConvYUV.Convert());
-    EXPECT_EQ((Bytes{7, 8, E}), dst);  // row 1 sits exactly at the chunk's end
-    // So does a missing source row.
-    Bind(*proc, proc->mMemSrc, src, 1, 3, KORVA_PIXTYPE_YUV444_PACKED, 4);
-    Bind(*proc, proc->mMemDst, dst, 1, 3, KORVA_PIXTYPE_MONO8);
-    dst.assign(3, E);
-    EXPECT_TRUE(proc->mConvYUV.Convert());
-    EXPECT_EQ((Bytes{7, 8, E}), dst);
+    RunCases(&CImgProc::mConvYUV, {{"row placement", kYuv444, kMono8, 1, 2, {0, 7, 0, 0, 9, 0}, {E, 7, E, 9, E}, {},
+                                    {1, 5, 0, 0}}},
+             [](CImgProc& proc) {
+                 proc.mConvYUV.miStepY = 2;
+                 proc.mConvYUV.miDstStartY = 1;
+             });
+    // A destination row beyond the image chunk ends the run with success
+    // (row 1 sits exactly at the chunk's end); so does a missing source row.
+    const Bytes three = {0, 7, 0, 0, 8, 0, 0, 9, 0};
+    RunCases(&CImgProc::mConvYUV, {{"destination row missing", kYuv444, kMono8, 1, 3, three, {7, 8, E}, {}, {}, 1},
+                                   {"source row missing", kYuv444, kMono8, 1, 3, three, {7, 8, E}, {}, {}, -1, 4}});
 }
 
 std::string Pattern(const std::string& expression)
