@@ -264,6 +264,7 @@ const DemosaicRowSet kPortable = {
     {RawRow<BYTE, BYTE>, RawRow<WORD, BYTE>, RawRow<WORD, WORD>},
     {MonoRow<BYTE, BYTE>, MonoRow<WORD, BYTE>, MonoRow<WORD, WORD>},
     {BalanceRow<0, 1, 2, 3>, BalanceRow<1, 0, 3, 2>, BalanceRow<2, 0, 3, 1>},
+    {nullptr, nullptr},
 };
 
 #undef KV_DEMOSAIC_PATHS

@@ -61,6 +61,9 @@ struct DemosaicRowArgs {
 };
 
 typedef void (*DemosaicRowFn)(const DemosaicRowArgs& args);
+// Two consecutive rows of one walk, `second` one row below `first`: the
+// bytes of the two calls of the one-row function, first then second.
+typedef void (*DemosaicTwoRowFn)(const DemosaicRowArgs& first, const DemosaicRowArgs& second);
 
 // Sums of the usable 2 by 2 cells of one pair of 8-bit mosaic rows, for the
 // colour balance: a cell counts if its red, green (mean of two, shifted) and
@@ -103,6 +106,9 @@ struct DemosaicRowSet {
     DemosaicRowFn raw[3];          // [width]: the mosaic through the red table
     DemosaicRowFn mono[3];         // [width]: one row of the 5x5 brightness
     DemosaicBalanceFn balance[3];  // [DemosaicCellLayout]
+    // [kLayoutRGB or kLayoutBGR]: 8-bit bilinear, two rows a call; null
+    // where a level has none (the walk then goes row by row).
+    DemosaicTwoRowFn bilinearTwo[2];
 };
 
 class DemosaicRows {
