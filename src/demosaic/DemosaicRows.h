@@ -99,6 +99,10 @@ template <> struct PixelPath<BYTE, BYTE> { enum { kLayout = kLayoutPlanar, kWidt
 template <> struct PixelPath<WORD, BYTE> { enum { kLayout = kLayoutPlanar, kWidth = kWidthWordToByte }; };
 template <> struct PixelPath<WORD, WORD> { enum { kLayout = kLayoutPlanar, kWidth = kWidthWordToWord }; };
 
+// Copies a finished row out with streaming stores; the bytes are those of a
+// plain copy.
+typedef void (*DemosaicStreamFn)(unsigned char* to, const unsigned char* from, size_t count);
+
 struct DemosaicRowSet {
     DemosaicRowFn nearest[3][3];   // [layout][width]
     DemosaicRowFn bilinear[3][3];  // [layout][width]
@@ -109,6 +113,7 @@ struct DemosaicRowSet {
     // [kLayoutRGB or kLayoutBGR]: 8-bit bilinear, two rows a call; null
     // where a level has none (the walk then goes row by row).
     DemosaicTwoRowFn bilinearTwo[2];
+    DemosaicStreamFn stream;
 };
 
 class DemosaicRows {

@@ -973,6 +973,19 @@ void MonoWords(const DemosaicRowArgs& r)
         vector(r.count - 16);
 }
 
+// 64 bytes at a time where the destination is aligned to 64: a whole line
+// per store.
+void Stream(unsigned char* to, const unsigned char* from, size_t count)
+{
+    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 63u);
+    head = head < count ? head : count;
+    std::memcpy(to, from, head);
+    size_t i = head;
+    for (; i + 64 <= count; i += 64)
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(to + i), _mm512_loadu_si512(from + i));
+    std::memcpy(to + i, from + i, count - i);
+}
+
 }  // namespace demosaic_avx512
 
 void DemosaicRowsAvx512(DemosaicRowSet* set)
@@ -986,6 +999,7 @@ void DemosaicRowsAvx512(DemosaicRowSet* set)
     set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
     set->bilinearTwo[kLayoutRGB] = BilinearTwo<kLayoutRGB>;
     set->bilinearTwo[kLayoutBGR] = BilinearTwo<kLayoutBGR>;
+    set->stream = Stream;
     set->raw[kWidthByteToByte] = Raw;
     set->mono[kWidthByteToByte] = MonoWide;
     set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;

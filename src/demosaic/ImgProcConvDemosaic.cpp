@@ -224,19 +224,6 @@ void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S
     }
 }
 
-// Copies a row out with streaming stores, 16 bytes at a time where the
-// destination is aligned to 16 and plainly at both ends.
-void StreamBytes(unsigned char* to, const unsigned char* from, size_t count)
-{
-    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 15u);
-    head = head < count ? head : count;
-    std::memcpy(to, from, head);
-    size_t i = head;
-    for (; i + 16 <= count; i += 16)
-        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
-    std::memcpy(to + i, from + i, count - i);
-}
-
 // Pixels the nearest-neighbour and bilinear methods write from a row's
 // start, or 0 for the other methods, which are written in place.
 int64_t PixelsWritten(int type, int columns)
@@ -278,6 +265,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     if constexpr (!kPlanar && static_cast<int>(PixelPath<S, D>::kWidth) == kWidthByteToByte)
         if (type == KORVA_DEMOSAIC_BILINEAR && cv.miStepX == 1 && bllut::Pairs(plan.columns) > 0)
             twoRows = cv.mpRowSet->bilinearTwo[PixelPath<S, D>::kLayout];
+    const DemosaicStreamFn streamOut = cv.mpRowSet->stream;
     unsigned char* scratch = nullptr;
     unsigned char* scratchBelow = nullptr;  // the second row of a pair
     if (stream) {
@@ -346,8 +334,8 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
                                    KvWrap32(y + 1 + KvU32(plan.phase.blueFirst)), plan.columns, rows, next,
                                    target.pixels, out);
                     if (streamTo != nullptr) {
-                        StreamBytes(streamTo, scratch, static_cast<size_t>(streamBytes));
-                        StreamBytes(below, scratchBelow, static_cast<size_t>(streamBytes));
+                        streamOut(streamTo, scratch, static_cast<size_t>(streamBytes));
+                        streamOut(below, scratchBelow, static_cast<size_t>(streamBytes));
                     }
                     ring[0] = ring[2];
                     ring[1] = reinterpret_cast<unsigned char*>(next[2]);
@@ -362,7 +350,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
         src->mpBasePointer = base;
         guard.Flush();
         if (streamTo != nullptr)
-            StreamBytes(streamTo, scratch, static_cast<size_t>(streamBytes));
+            streamOut(streamTo, scratch, static_cast<size_t>(streamBytes));
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:
