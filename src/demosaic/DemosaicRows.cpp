@@ -303,6 +303,9 @@ void FillGaps(DemosaicRowSet* set, const DemosaicRowSet& below)
         if (set->balance[l] == nullptr)
             set->balance[l] = below.balance[l];
     }
+    for (int l = 0; l < 2; ++l)
+        if (set->bilinearTwo[l] == nullptr)
+            set->bilinearTwo[l] = below.bilinearTwo[l];
     if (set->stream == nullptr)
         set->stream = below.stream;
 }
