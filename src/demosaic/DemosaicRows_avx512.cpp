@@ -105,8 +105,8 @@ struct Outs {
 };
 
 template <int kLayout>
-__attribute__((always_inline)) inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
-                const Interleave& il)
+__attribute__((always_inline)) inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green,
+                                               __m512i blue, const Interleave& il)
 {
     if (kLayout == kLayoutPlanar) {
         _mm512_storeu_si512(o.out[0] + x, red);
@@ -262,11 +262,13 @@ inline __m512i BackOne()
 // 32 pairs at column i of a row centred on b, a above and c below.
 // Packed pixels take the pairs' lanes packed as they are; the permutes that
 // interleave them put the samples in order.
-// Inlined early, so that the tables and patterns it is handed stay in
-// registers across the stores instead of being read again after each.
+// Always inlined, the first vector's use too: a call would hand out the
+// address of the caller's tables and patterns, which the compiler would then
+// read again after every store instead of keeping them in registers.
 template <int kLayout, bool kRedRow, bool kLookup>
-__attribute__((always_inline)) inline void BilinearPut(const Outs& outs, std::ptrdiff_t i, const Quad& a, const Quad& b, const Quad& c,
-                        const ByteTables& tables, const Interleave& il)
+__attribute__((always_inline)) inline void BilinearPut(const Outs& outs, std::ptrdiff_t i, const Quad& a,
+                                                      const Quad& b, const Quad& c, const ByteTables& tables,
+                                                      const Interleave& il)
 {
     const __m512i acm = _mm512_add_epi16(a.m, c.m);
     const __m512i ac0 = _mm512_add_epi16(a.c0, c.c0);

@@ -329,7 +329,7 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
                 S* next[kRowSlots] = {rows[1], rows[2],
                                       reinterpret_cast<S*>(srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize))))};
                 if (below != nullptr && guard.WriteInside(below) && next[2] != nullptr && guard.ReadInside(next[2])) {
-                    D* const out = streamTo != nullptr ? reinterpret_cast<D*>(scratchBelow) : reinterpret_cast<D*>(below);
+                    D* const out = reinterpret_cast<D*>(streamTo != nullptr ? scratchBelow : below);
                     bllut::TwoRows(cv, twoRows, KvWrap32(y + KvU32(plan.phase.blueFirst)),
                                    KvWrap32(y + 1 + KvU32(plan.phase.blueFirst)), plan.columns, rows, next,
                                    target.pixels, out);

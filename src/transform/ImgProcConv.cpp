@@ -285,7 +285,8 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
             uintptr_t row = first;
             for (int64_t y = 0; y < rowsLimit; ++y, row += static_cast<uintptr_t>(pitch)) {
                 for (int64_t j = 0; j < h; ++j) {
-                    CopyBytes(row + static_cast<uintptr_t>(j), row + static_cast<uintptr_t>((2 * h - j) * step + j), bpp);
+                    CopyBytes(row + static_cast<uintptr_t>(j), row + static_cast<uintptr_t>((2 * h - j) * step + j),
+                              bpp);
                     CopyBytes(row + static_cast<uintptr_t>((W - 1 - j) * step + j),
                               row + static_cast<uintptr_t>((W - 2 * h - 1 + j) * step + j), bpp);
                 }

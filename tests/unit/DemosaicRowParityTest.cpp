@@ -232,7 +232,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     below.carry[2] = rng() & 0xFF;
                     below.phase = 1 - phase;
                     for (size_t gap : {6 * count + kGuard, 3 * count})
-                        ASSERT_EQ(TwoRows(nullptr, ref, args, below, gap, run), TwoRows(two, nullptr, args, below, gap, run))
+                        ASSERT_EQ(TwoRows(nullptr, ref, args, below, gap, run),
+                                  TwoRows(two, nullptr, args, below, gap, run))
                             << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " two rows " << Name(s) << " count "
                             << count << " gap " << gap;
                 }
