@@ -15,6 +15,19 @@
 
 namespace demosaic_avx2 {
 
+// The vector steps below are large enough that the compiler may call them
+// instead of inlining them, which costs a frame, spills and a vzeroupper
+// per vector: these are always inlined.
+#define DEMOSAIC_AVX2_INLINE inline __attribute__((always_inline))
+
+// Hides a constant's value from the compiler, which would otherwise build
+// it again from an immediate (two vector instructions) at each use in a
+// loop short of registers, where a load from the stack costs nothing.
+DEMOSAIC_AVX2_INLINE void Opaque(__m256i& v)
+{
+    __asm__("" : "+x"(v));
+}
+
 const uint32_t kPairs = 16;  // pairs of columns in one vector: 32 pixels
 
 inline __m256i Load(const unsigned char* p)
@@ -39,13 +52,27 @@ struct ByteTables {
     __m256i piece[3][16];
     __m256i gain[3];
     __m256i fixLow[3], fixHigh[3];
+    __m256i nibble, seven, bitOf, most;
     __m128i shift[3];
     int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
+    // The product of 255 and the gain, shifted, can reach 2^15, which
+    // packus would read as negative: the 16-bit results need the clamp.
+    bool clamp[3];
 
     explicit ByteTables(const DemosaicByteTables& t)
     {
+        nibble = _mm256_set1_epi8(0x0F);
+        seven = _mm256_set1_epi8(7);
+        bitOf = _mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 4, 8, 16, 32, 64, -128, 0,
+                                 0, 0, 0, 0, 0, 0, 0);
+        most = _mm256_set1_epi16(255);
+        Opaque(nibble);
+        Opaque(seven);
+        Opaque(bitOf);
+        Opaque(most);
         for (int k = 0; k < 3; ++k) {
             kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+            clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u;
             gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
             shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
             fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
@@ -57,17 +84,14 @@ struct ByteTables {
         }
     }
 
-    __m256i operator()(int k, __m256i index) const
+    DEMOSAIC_AVX2_INLINE __m256i operator()(int k, __m256i index) const
     {
         if (kind[k] == 0)
             return index;
         if (kind[k] != 3) {
             const __m256i zero = _mm256_setzero_si256();
-            const __m256i most = _mm256_set1_epi16(255);
-            const __m256i lo = _mm256_min_epu16(
-                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, index), gain[k]), shift[k]), most);
-            const __m256i hi = _mm256_min_epu16(
-                _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, index), gain[k]), shift[k]), most);
+            const __m256i lo = Scale(k, _mm256_unpacklo_epi8(zero, index));
+            const __m256i hi = Scale(k, _mm256_unpackhi_epi8(zero, index));
             const __m256i scaled = _mm256_packus_epi16(lo, hi);
             return kind[k] == 1 ? scaled : Fix(k, index, scaled);
         }
@@ -82,53 +106,92 @@ struct ByteTables {
         return result;
     }
 
+    // Indices in the high halves of 16-bit lanes times the gain, shifted;
+    // at most 255 when clamped, else below 2^15 so that packus saturates.
+    DEMOSAIC_AVX2_INLINE __m256i Scale(int k, __m256i high) const
+    {
+        const __m256i v = _mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]);
+        return clamp[k] ? _mm256_min_epu16(v, most) : v;
+    }
+
+    // A gain table (kind 1 or 2) whose 16-bit results stay below 2^15, so
+    // that packus alone saturates them.
+    DEMOSAIC_AVX2_INLINE __m256i Gained(int k, __m256i index) const
+    {
+        const __m256i zero = _mm256_setzero_si256();
+        const __m256i lo = _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpacklo_epi8(zero, index), gain[k]), shift[k]);
+        const __m256i hi = _mm256_srl_epi16(_mm256_mulhi_epu16(_mm256_unpackhi_epi8(zero, index), gain[k]), shift[k]);
+        const __m256i scaled = _mm256_packus_epi16(lo, hi);
+        return kind[k] == 1 ? scaled : Fix(k, index, scaled);
+    }
+
     // A gain table (kind 1 or 2) on 16-bit lanes that hold an index below
     // 256, given both as it is and moved to the high half: the table's bytes
     // in the low halves, without unpacking. Index 0 is never marked, so the
     // high halves stay 0.
-    __m256i Gained16(int k, __m256i index, __m256i high) const
+    DEMOSAIC_AVX2_INLINE __m256i Gained16(int k, __m256i index, __m256i high) const
     {
-        const __m256i scaled = _mm256_min_epu16(_mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]),
-                                                _mm256_set1_epi16(255));
+        const __m256i scaled = _mm256_min_epu16(_mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]), most);
         return kind[k] == 1 ? scaled : Fix(k, index, scaled);
     }
 
     // `scaled` less 1 in the bytes whose index is marked in the map.
-    __m256i Fix(int k, __m256i index, __m256i scaled) const
+    DEMOSAIC_AVX2_INLINE __m256i Fix(int k, __m256i index, __m256i scaled) const
     {
         // Byte index >> 3 of the map: its low four bits pick the byte in
         // either half, the index's top bit the half; the bit is index & 7.
-        const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(0x0F));
+        const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), nibble);
         const __m256i bytes =
             _mm256_blendv_epi8(_mm256_shuffle_epi8(fixLow[k], at), _mm256_shuffle_epi8(fixHigh[k], at), index);
-        const __m256i bit = _mm256_shuffle_epi8(_mm256_setr_epi8(1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0,
-                                                                 1, 2, 4, 8, 16, 32, 64, -128, 0, 0, 0, 0, 0, 0, 0, 0),
-                                                _mm256_and_si256(index, _mm256_set1_epi8(7)));
+        const __m256i bit = _mm256_shuffle_epi8(bitOf, _mm256_and_si256(index, seven));
         // All ones, that is -1, where the bit is set.
         return _mm256_add_epi8(scaled, _mm256_cmpeq_epi8(_mm256_and_si256(bytes, bit), bit));
     }
 };
 
 // Byte shuffles that lay out three vectors of samples as packed three-byte
-// pixels, 16 pixels per 128-bit lane: masks[v][c] places channel c into
-// output vector v of a lane's 48 bytes. Samples lie in pixel order, or
-// `split` as the pairs' 16-bit lanes pack: the eight even pixels of a lane,
-// then the eight odd ones.
+// pixels, 16 pixels per 128-bit lane. Samples lie in pixel order, or `split`
+// as the pairs' 16-bit lanes pack: the eight even pixels of a lane, then the
+// eight odd ones. Since 3 is odd, the byte j of every output vector of a
+// lane that holds channel c belongs to one pixel p, 3p + c = j modulo 16:
+// one shuffle per channel (`spread`) brings every sample to the byte where
+// it goes in whichever output vector, and two blends per output vector
+// (`pick`: channel 1, channel 2) take the bytes of each. masks[v][c] places
+// channel c into output vector v directly (the 16-byte stores use them).
 struct Interleave {
     __m256i masks[3][3];
+    __m256i spread[3];
+    __m256i spreadPairs[3];  // pixel order: from the low bytes of pairs' 16-bit lanes
+    __m256i pick[3][2];
 
     explicit Interleave(bool split = false)
     {
+        const auto sample = [split](int pixel) { return split ? (pixel & 1) * 8 + pixel / 2 : pixel; };
         for (int v = 0; v < 3; ++v) {
             for (int c = 0; c < 3; ++c) {
                 alignas(32) uint8_t m[32];
                 for (int j = 0; j < 16; ++j) {
                     const int n = 16 * v + j;
-                    const int pixel = split ? (n / 3 & 1) * 8 + n / 3 / 2 : n / 3;
-                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? pixel : 0x80);
+                    m[j] = m[j + 16] = static_cast<uint8_t>(n % 3 == c ? sample(n / 3) : 0x80);
                 }
                 masks[v][c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
             }
+            for (int c = 1; c < 3; ++c) {
+                alignas(32) uint8_t m[32];
+                for (int j = 0; j < 16; ++j)
+                    m[j] = m[j + 16] = static_cast<uint8_t>((16 * v + j) % 3 == c ? 0xFF : 0);
+                pick[v][c - 1] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            }
+        }
+        for (int c = 0; c < 3; ++c) {
+            alignas(32) uint8_t m[32], pairs[32];
+            for (int j = 0; j < 16; ++j) {
+                const int pixel = 11 * (j - c + 16) % 16;  // 11 * 3 = 1 modulo 16
+                m[j] = m[j + 16] = static_cast<uint8_t>(sample(pixel));
+                pairs[j] = pairs[j + 16] = static_cast<uint8_t>(pixel & ~1);
+            }
+            spread[c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(m));
+            spreadPairs[c] = _mm256_load_si256(reinterpret_cast<const __m256i*>(pairs));
         }
     }
 };
@@ -150,22 +213,26 @@ struct Outs {
     unsigned char* out[3];
 };
 
-template <int kLayout>
-inline void Put(const Outs& o, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
-                const Interleave& il)
+// `kRedPairs`: red lies in the low byte of each pair's 16-bit lane, the
+// same for both pixels of the pair.
+template <int kLayout, bool kRedPairs = false>
+DEMOSAIC_AVX2_INLINE void Put(const Outs& o, std::ptrdiff_t x, __m256i red, __m256i green, __m256i blue,
+                              const Interleave& il)
 {
     if (kLayout == kLayoutPlanar) {
-        Store(o.out[0] + x, red);
+        Store(o.out[0] + x, kRedPairs ? _mm256_or_si256(red, _mm256_slli_epi16(red, 8)) : red);
         Store(o.out[1] + x, green);
         Store(o.out[2] + x, blue);
         return;
     }
-    const __m256i ch[3] = {kLayout == kLayoutRGB ? red : blue, green, kLayout == kLayoutRGB ? blue : red};
+    const int at = kLayout == kLayoutRGB ? 0 : 2;
+    const __m256i reds = _mm256_shuffle_epi8(red, kRedPairs ? il.spreadPairs[at] : il.spread[at]);
+    const __m256i first = kLayout == kLayoutRGB ? reds : _mm256_shuffle_epi8(blue, il.spread[0]);
+    const __m256i second = _mm256_shuffle_epi8(green, il.spread[1]);
+    const __m256i third = kLayout == kLayoutRGB ? _mm256_shuffle_epi8(blue, il.spread[2]) : reds;
     __m256i lanes[3];
     for (int v = 0; v < 3; ++v)
-        lanes[v] = _mm256_or_si256(_mm256_or_si256(_mm256_shuffle_epi8(ch[0], il.masks[v][0]),
-                                                   _mm256_shuffle_epi8(ch[1], il.masks[v][1])),
-                                   _mm256_shuffle_epi8(ch[2], il.masks[v][2]));
+        lanes[v] = _mm256_blendv_epi8(_mm256_blendv_epi8(first, second, il.pick[v][0]), third, il.pick[v][1]);
     // Low lanes hold pixels 0 to 15, high lanes 16 to 31.
     unsigned char* out = o.out[0] + 3 * x;
     Store(out, _mm256_permute2x128_si256(lanes[0], lanes[1], 0x20));
@@ -190,13 +257,28 @@ inline DemosaicRowArgs From(const DemosaicRowArgs& r, uint32_t pair, int layout)
     return rest;
 }
 
+// True when every table is the identity or a gain whose 16-bit products
+// stay below 2^15; bit k of `gained` is set for a gain in table k.
+inline bool GainsOnly(const DemosaicByteTables& t, int* gained)
+{
+    *gained = 0;
+    for (int k = 0; k < 3; ++k) {
+        if (t.identity[k])
+            continue;
+        if (!t.gained[k] || ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u)
+            return false;
+        *gained |= 1 << k;
+    }
+    return true;
+}
+
 inline bool Vectorisable(const DemosaicRowArgs& r)
 {
     return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= 1 + kPairs;
 }
 
-// The row's pairs from 1 on, with or without tables to apply.
-template <int kLayout, bool kTables>
+// The row's pairs from 1 on, with tables any of which is looked up.
+template <int kLayout>
 void NearestPairs(const DemosaicRowArgs& r)
 {
     const unsigned char* const rg = r.rows[0];
@@ -207,7 +289,7 @@ void NearestPairs(const DemosaicRowArgs& r)
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
     const __m256i low = _mm256_set1_epi16(0x00FF);
-    const auto vector = [&](uint32_t p) {
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i rgBefore = Load(rg + c - 1);
         const __m256i rgAt = Load(rg + c);
@@ -221,15 +303,61 @@ void NearestPairs(const DemosaicRowArgs& r)
         const __m256i greens =
             _mm256_or_si256(_mm256_srli_epi16(sum0, 1), _mm256_slli_epi16(_mm256_srli_epi16(sum1, 1), 8));
         const __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
-        if (kTables && (tables.kind[0] == 1 || tables.kind[0] == 2)) {
+        if (tables.kind[0] == 1 || tables.kind[0] == 2) {
             // Red repeats within each pair: half the work in 16-bit lanes.
             const __m256i scaled = tables.Gained16(0, red0, _mm256_slli_epi16(rgAt, 8));
-            Put<kLayout>(outs, c, _mm256_or_si256(scaled, _mm256_slli_epi16(scaled, 8)), tables(1, greens),
-                         tables(2, blue), il);
-        } else if (kTables)
+            Put<kLayout, true>(outs, c, scaled, tables(1, greens), tables(2, blue), il);
+        } else
             Put<kLayout>(outs, c, tables(0, red), tables(1, greens), tables(2, blue), il);
-        else
-            Put<kLayout>(outs, c, red, greens, blue, il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    // The last vector ends at the row's last pair; the pairs it shares with
+    // the one before get the same bytes again.
+    if (p < count)
+        vector(count - kPairs);
+}
+
+// The row's pairs from 1 on where each table is the identity or a gain
+// (kGain: bit k for table k), decided per row. Each 16-bit lane is one pair
+// c, c+1. Green is the floor mean of (rg[c-1], rg[c+1]) and (gb[c], gb[c]),
+// bytewise: the rounded-up average less the low bit of the difference.
+template <int kLayout, int kGain>
+void NearestGains(const DemosaicRowArgs& r)
+{
+    const unsigned char* const rg = r.rows[0];
+    const unsigned char* const gb = r.rows[1];
+    const ByteTables tables(*r.bytes);
+    // Copies, so that stores through the rows' bytes need not reload them.
+    const Interleave il = Pattern();
+    const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
+    const uint32_t count = r.count;
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    __m256i one = _mm256_set1_epi8(1);
+    __m256i doubled = _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 0, 2, 2, 4, 4, 6, 6, 8, 8, 10, 10, 12, 12, 14, 14));
+    Opaque(low);
+    Opaque(one);
+    Opaque(doubled);
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
+        const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
+        const __m256i rgBefore = Load(rg + c - 1);  // rg[c-1], rg[c]
+        const __m256i rgAt = Load(rg + c);          // rg[c], rg[c+1]
+        const __m256i gbBefore = Load(gb + c - 1);  // gb[c-1], gb[c]
+        const __m256i gbAt = Load(gb + c);          // gb[c], gb[c+1]
+        const __m256i sides = _mm256_blendv_epi8(rgAt, rgBefore, low);
+        const __m256i centre = _mm256_shuffle_epi8(gbAt, doubled);
+        __m256i green = _mm256_sub_epi8(_mm256_avg_epu8(sides, centre),
+                                        _mm256_and_si256(_mm256_xor_si256(sides, centre), one));
+        __m256i blue = _mm256_blendv_epi8(gbAt, gbBefore, low);
+        const __m256i red0 = _mm256_and_si256(rgAt, low);
+        // Red repeats within each pair: its table in 16-bit lanes.
+        const __m256i red = (kGain & 1) ? tables.Gained16(0, red0, _mm256_slli_epi16(rgAt, 8)) : red0;
+        if (kGain & 2)
+            green = tables.Gained(1, green);
+        if (kGain & 4)
+            blue = tables.Gained(2, blue);
+        Put<kLayout, true>(outs, c, red, green, blue, il);
     };
     uint32_t p = 1;
     for (; p + kPairs <= count; p += kPairs)
@@ -252,16 +380,20 @@ void Nearest(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const DemosaicByteTables& t = *r.bytes;
-    if (t.identity[0] && t.identity[1] && t.identity[2])
-        NearestPairs<kLayout, false>(r);
+    static const DemosaicRowFn gains[8] = {
+        NearestGains<kLayout, 0>, NearestGains<kLayout, 1>, NearestGains<kLayout, 2>, NearestGains<kLayout, 3>,
+        NearestGains<kLayout, 4>, NearestGains<kLayout, 5>, NearestGains<kLayout, 6>, NearestGains<kLayout, 7>};
+    int gained = 0;
+    if (GainsOnly(*r.bytes, &gained))
+        gains[gained](r);
     else
-        NearestPairs<kLayout, true>(r);
+        NearestPairs<kLayout>(r);
 }
 
-// The row's pairs from 1 on, for one row phase and with or without tables
-// to apply, so that neither is decided per vector.
-template <int kLayout, bool kRedRow, bool kTables>
+// The row's pairs from 1 on, for one row phase and with no tables to apply
+// (kTables 0), identities and gains (1) or some lookup (2), so that neither
+// is decided per vector.
+template <int kLayout, bool kRedRow, int kTables>
 void BilinearPairs(const DemosaicRowArgs& r)
 {
     const unsigned char* const a = r.rows[0];
@@ -275,8 +407,9 @@ void BilinearPairs(const DemosaicRowArgs& r)
     const Interleave il = split ? SplitPattern() : Pattern();
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
-    const __m256i low = _mm256_set1_epi16(0x00FF);
-    const auto vector = [&](uint32_t p) {
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    Opaque(low);
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
         const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
@@ -317,7 +450,15 @@ void BilinearPairs(const DemosaicRowArgs& r)
             green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
             blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
         }
-        if (kTables) {
+        if (kTables == 1) {
+            // Identities and gains: the branches go the same way all row.
+            if (tables.kind[0] != 0)
+                red = tables.Gained(0, red);
+            if (tables.kind[1] != 0)
+                green = tables.Gained(1, green);
+            if (tables.kind[2] != 0)
+                blue = tables.Gained(2, blue);
+        } else if (kTables == 2) {
             red = tables(0, red);
             green = tables(1, green);
             blue = tables(2, blue);
@@ -345,12 +486,12 @@ void Bilinear(const DemosaicRowArgs& r)
     head.count = 1;
     portable(head);
 
-    const DemosaicByteTables& t = *r.bytes;
-    const bool tables = !(t.identity[0] && t.identity[1] && t.identity[2]);
-    if ((r.phase & 1) != 0)
-        (tables ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
-    else
-        (tables ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
+    static const DemosaicRowFn pairs[2][3] = {
+        {BilinearPairs<kLayout, false, 0>, BilinearPairs<kLayout, false, 1>, BilinearPairs<kLayout, false, 2>},
+        {BilinearPairs<kLayout, true, 0>, BilinearPairs<kLayout, true, 1>, BilinearPairs<kLayout, true, 2>}};
+    int gained = 0;
+    const int tables = !GainsOnly(*r.bytes, &gained) ? 2 : gained != 0 ? 1 : 0;
+    pairs[r.phase & 1][tables](r);
 }
 
 inline __m256i Widen(const unsigned char* p)
@@ -410,10 +551,12 @@ inline __m256i WeightPair(int a, int b)
 }
 
 // The same brightness, 32 outputs at a time straight from the bytes: each
-// vpmaddubsw weighs two neighbouring sites, so an even output takes its five
-// columns from the loads at x, x+2 and x+4 and an odd one from x+1, x+3 and
-// x+4. No partial sum leaves -4080..12240, so 16-bit lanes neither wrap nor
-// saturate. Reads end at x+35, the portable loop's last column.
+// vpmaddubsw weighs the two sites of a 16-bit lane, so both outputs of a
+// lane take their columns from the loads at x, x+2 and x+4 (the odd one
+// with a zero weight before its first column and none after its last): two
+// byte aligns per row instead of four. No partial sum leaves -4080..12240,
+// so 16-bit lanes neither wrap nor saturate. Reads end at x+35, the
+// portable loop's last column.
 void MonoWide(const DemosaicRowArgs& r)
 {
     if (r.step != 1 || r.count < 32) {
@@ -424,56 +567,59 @@ void MonoWide(const DemosaicRowArgs& r)
     unsigned char* const out = r.out[0];
     const uint32_t count = r.count;
     // Outer rows: 0 -1 -2 -1 0; next rows: -1 2 6 2 -1; centre: -2 6 16 6 -2.
-    const __m256i o01 = WeightPair(0, -1), o23 = WeightPair(-2, -1);
-    const __m256i n01 = WeightPair(-1, 2), n23 = WeightPair(6, 2), n4 = WeightPair(-1, 0), n4odd = WeightPair(0, -1);
-    const __m256i c01 = WeightPair(-2, 6), c23 = WeightPair(16, 6), c4 = WeightPair(-2, 0), c4odd = WeightPair(0, -2);
+    // Even outputs weigh the lanes at x, x+2, x+4 by (k0 k1), (k2 k3), (k4 0);
+    // odd ones by (0 k0), (k1 k2), (k3 k4).
+    const __m256i o0 = WeightPair(0, -1), o2 = WeightPair(-2, -1);
+    const __m256i o2odd = WeightPair(-1, -2), o4odd = WeightPair(-1, 0);
+    const __m256i n0 = WeightPair(-1, 2), n2 = WeightPair(6, 2), n4 = WeightPair(-1, 0);
+    const __m256i n0odd = WeightPair(0, -1), n2odd = WeightPair(2, 6), n4odd = WeightPair(2, -1);
+    const __m256i c0 = WeightPair(-2, 6), c2 = WeightPair(16, 6), c4 = WeightPair(-2, 0);
+    const __m256i c0odd = WeightPair(0, -2), c2odd = WeightPair(6, 16), c4odd = WeightPair(6, -2);
     // Even outputs in the low half of each 128-bit lane after packus, odd
     // ones in the high half: interleave them back.
     const __m256i interleave =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15));
     const auto vector = [&](uint32_t x) {
-        // Each row is loaded once; its copies shifted by 1 to 4 bytes come
+        // Each row is loaded once; its copies shifted by 2 and 4 bytes come
         // from byte aligns with the 4 bytes past the vector, which the last
         // outputs read anyway.
         struct Shifted {
-            __m256i at[5];
+            __m256i at0, at2, at4;
         };
         const auto shifted = [x](const unsigned char* row) {
             const unsigned char* const p = row + x;
             int32_t next;
             std::memcpy(&next, p + 32, sizeof next);
             Shifted s;
-            s.at[0] = Load(p);
+            s.at0 = Load(p);
             const __m256i tail = _mm256_castsi128_si256(_mm_cvtsi32_si128(next));
-            const __m256i mid = _mm256_permute2x128_si256(s.at[0], tail, 0x21);
-            s.at[1] = _mm256_alignr_epi8(mid, s.at[0], 1);
-            s.at[2] = _mm256_alignr_epi8(mid, s.at[0], 2);
-            s.at[3] = _mm256_alignr_epi8(mid, s.at[0], 3);
-            s.at[4] = _mm256_alignr_epi8(mid, s.at[0], 4);
+            const __m256i mid = _mm256_permute2x128_si256(s.at0, tail, 0x21);
+            s.at2 = _mm256_alignr_epi8(mid, s.at0, 2);
+            s.at4 = _mm256_alignr_epi8(mid, s.at0, 4);
             return s;
         };
         const auto mad = [](__m256i v, __m256i w) { return _mm256_maddubs_epi16(v, w); };
+        const auto add = [](__m256i u, __m256i v) { return _mm256_add_epi16(u, v); };
         __m256i even, odd;
         {
             const Shifted a = shifted(rows[0]), b = shifted(rows[4]);
-            even = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], o01), mad(a.at[2], o23)),
-                                    _mm256_add_epi16(mad(b.at[0], o01), mad(b.at[2], o23)));
-            odd = _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], o01), mad(a.at[3], o23)),
-                                   _mm256_add_epi16(mad(b.at[1], o01), mad(b.at[3], o23)));
+            even = add(add(mad(a.at0, o0), mad(a.at2, o2)), add(mad(b.at0, o0), mad(b.at2, o2)));
+            odd = add(add(mad(a.at2, o2odd), mad(a.at4, o4odd)), add(mad(b.at2, o2odd), mad(b.at4, o4odd)));
         }
+        // The sums are kept row by row (the empty asm stops the compiler
+        // from regrouping them), so that the 16 registers hold them without
+        // spilling.
+        __asm__("" : "+x"(even), "+x"(odd));
         for (int k = 1; k <= 3; k += 2) {
             const Shifted a = shifted(rows[k]);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], n01), mad(a.at[2], n23)),
-                                                           mad(a.at[4], n4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], n01), mad(a.at[3], n23)),
-                                                         mad(a.at[4], n4odd)));
+            even = add(even, add(add(mad(a.at0, n0), mad(a.at2, n2)), mad(a.at4, n4)));
+            odd = add(odd, add(add(mad(a.at0, n0odd), mad(a.at2, n2odd)), mad(a.at4, n4odd)));
+            __asm__("" : "+x"(even), "+x"(odd));
         }
         {
             const Shifted a = shifted(rows[2]);
-            even = _mm256_add_epi16(even, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[0], c01), mad(a.at[2], c23)),
-                                                           mad(a.at[4], c4)));
-            odd = _mm256_add_epi16(odd, _mm256_add_epi16(_mm256_add_epi16(mad(a.at[1], c01), mad(a.at[3], c23)),
-                                                         mad(a.at[4], c4odd)));
+            even = add(even, add(add(mad(a.at0, c0), mad(a.at2, c2)), mad(a.at4, c4)));
+            odd = add(odd, add(add(mad(a.at0, c0odd), mad(a.at2, c2odd)), mad(a.at4, c4odd)));
         }
         // A negative sum stays negative after the shift and packus makes it
         // 0, as the clamp after the division does; above 255 it saturates.
@@ -506,11 +652,12 @@ void Raw(const DemosaicRowArgs& r)
 
 // Colour balance, 16 cells of a pair of rows at a time in 16-bit lanes: the
 // sums of 256 vectors fit before they are widened. The last cells of a row
-// go to the portable function.
+// go to the portable function. Rows of fewer than 32 cells take this way.
 template <int kRed, int kGreen1, int kGreen2, int kBlue>
-void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+void BalanceNarrow(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
 {
-    const __m256i low = _mm256_set1_epi16(0x00FF);
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    Opaque(low);
     const __m256i below = _mm256_set1_epi16(20);
     const __m256i above = _mm256_set1_epi16(250);
     const __m256i ones = _mm256_set1_epi16(1);
@@ -560,6 +707,75 @@ void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cel
             DemosaicRows::Portable().balance[kRed == 0 ? kCellRG : kRed == 1 ? kCellGR : kCellGB];
         portable(top + 2 * whole, bottom + 2 * whole, cells - whole, sums);
     }
+}
+
+
+// Colour balance, 32 cells at a time as bytes: each row's 64 bytes are
+// split into its even and its odd sites, so that one byte lane holds one
+// cell's site in each of four vectors. Sums do not depend on the order of
+// the cells, so the split may leave them in any order the same for all
+// four. The floor of the green mean is the rounded-up byte average less the
+// low bit of the two greens' difference. Adding 6 to a value, wrapping,
+// takes 21..249 to 27..255 and every other value below 27: a cell is usable
+// when the least of its three shifted values is 27 or more. vpsadbw sums the
+// usable bytes into 64-bit lanes, which no row can overflow. The last vector
+// ends at the row's last cell, its cells already counted masked out.
+template <int kRed, int kGreen1, int kGreen2, int kBlue>
+void Balance(const unsigned char* top, const unsigned char* bottom, uint32_t cells, DemosaicBalanceSums* sums)
+{
+    if (cells < 32) {
+        BalanceNarrow<kRed, kGreen1, kGreen2, kBlue>(top, bottom, cells, sums);
+        return;
+    }
+    // Per 128-bit lane: the eight even bytes, then the eight odd ones.
+    const __m256i split =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 2, 4, 6, 8, 10, 12, 14, 1, 3, 5, 7, 9, 11, 13, 15));
+    // The cell each byte of the split vectors holds: from the first 16 cells,
+    // lanes of 8 in the low halves, from the next 16 in the high ones.
+    const __m256i cellOf = _mm256_setr_epi8(0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23, 8, 9, 10, 11, 12,
+                                            13, 14, 15, 24, 25, 26, 27, 28, 29, 30, 31);
+    const __m256i six = _mm256_set1_epi8(6);
+    const __m256i least = _mm256_set1_epi8(27);
+    const __m256i one = _mm256_set1_epi8(1);
+    const __m256i zero = _mm256_setzero_si256();
+    __m256i red = zero, green = zero, blue = zero;
+    uint64_t count = 0;
+    const auto vector = [&](uint32_t c, __m256i keep) __attribute__((always_inline)) {
+        const __m256i t0 = _mm256_shuffle_epi8(Load(top + 2 * c), split);
+        const __m256i t1 = _mm256_shuffle_epi8(Load(top + 2 * c + 32), split);
+        const __m256i b0 = _mm256_shuffle_epi8(Load(bottom + 2 * c), split);
+        const __m256i b1 = _mm256_shuffle_epi8(Load(bottom + 2 * c + 32), split);
+        const __m256i site[4] = {_mm256_unpacklo_epi64(t0, t1), _mm256_unpackhi_epi64(t0, t1),
+                                 _mm256_unpacklo_epi64(b0, b1), _mm256_unpackhi_epi64(b0, b1)};
+        const __m256i r = site[kRed];
+        const __m256i g1 = site[kGreen1], g2 = site[kGreen2];
+        const __m256i g = _mm256_sub_epi8(_mm256_avg_epu8(g1, g2), _mm256_and_si256(_mm256_xor_si256(g1, g2), one));
+        const __m256i bl = site[kBlue];
+        const __m256i low = _mm256_min_epu8(
+            _mm256_min_epu8(_mm256_add_epi8(r, six), _mm256_add_epi8(g, six)), _mm256_add_epi8(bl, six));
+        const __m256i usable = _mm256_and_si256(_mm256_cmpeq_epi8(_mm256_max_epu8(low, least), low), keep);
+        red = _mm256_add_epi64(red, _mm256_sad_epu8(_mm256_and_si256(r, usable), zero));
+        green = _mm256_add_epi64(green, _mm256_sad_epu8(_mm256_and_si256(g, usable), zero));
+        blue = _mm256_add_epi64(blue, _mm256_sad_epu8(_mm256_and_si256(bl, usable), zero));
+        count += static_cast<uint32_t>(__builtin_popcount(static_cast<uint32_t>(_mm256_movemask_epi8(usable))));
+    };
+    const __m256i all = _mm256_set1_epi8(-1);
+    uint32_t c = 0;
+    for (; c + 32 <= cells; c += 32)
+        vector(c, all);
+    if (c < cells) {
+        // Cells from cells - 32 on; those before c were counted.
+        const uint32_t from = cells - 32;
+        vector(from, _mm256_cmpgt_epi8(cellOf, _mm256_set1_epi8(static_cast<char>(c - from - 1))));
+    }
+    alignas(32) uint64_t lanes[3][4];
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[0]), red);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[1]), green);
+    _mm256_store_si256(reinterpret_cast<__m256i*>(lanes[2]), blue);
+    sums->red += lanes[0][0] + lanes[0][1] + lanes[0][2] + lanes[0][3];
+    sums->green += lanes[1][0] + lanes[1][1] + lanes[1][2] + lanes[1][3];
+    sums->blue += lanes[2][0] + lanes[2][1] + lanes[2][2] + lanes[2][3];
+    sums->count += count;
 }
 
 
