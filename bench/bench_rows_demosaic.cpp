@@ -13,7 +13,8 @@
 namespace bench {
 namespace {
 
-enum RowMethod { kRowsNearest, kRowsBilinear, kRowsMono, kRowsHq };
+// kRowsBilinearTwo: two rows a call, where a level has a function for it.
+enum RowMethod { kRowsNearest, kRowsBilinear, kRowsBilinearTwo, kRowsMono, kRowsHq };
 
 struct RowCase {
     const char* pair;  // "<source>_to_<destination>", as the interface cases name it
@@ -28,6 +29,8 @@ const RowCase kCases[] = {
     {"BAYRG8_to_RGB8_PACKED", "nearest_balance_1.4_1.0_1.8", kRowsNearest, kLayoutRGB, true},
     {"BAYRG8_to_BGR8_PACKED", "bilinear", kRowsBilinear, kLayoutBGR, false},
     {"BAYRG8_to_BGR8_PACKED", "bilinear_balance_1.4_1.0_1.8", kRowsBilinear, kLayoutBGR, true},
+    {"BAYRG8_to_BGR8_PACKED", "bilinear_two_rows", kRowsBilinearTwo, kLayoutBGR, false},
+    {"BAYRG8_to_BGR8_PACKED", "bilinear_two_rows_balance_1.4_1.0_1.8", kRowsBilinearTwo, kLayoutBGR, true},
     {"BAYRG8_to_RGB8_PLANAR", "bilinear", kRowsBilinear, kLayoutPlanar, false},
     {"BAYRG8_to_MONO8", "to_mono", kRowsMono, kLayoutPlanar, false},
     {"BAYRG8_to_BGR8_PACKED", "hq5x5", kRowsHq, kLayoutBGR, false},
@@ -55,7 +58,8 @@ void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const 
 
     const DemosaicRowSet& set = DemosaicRows::For(level);
     const DemosaicRowFn fn = c.kind == kRowsNearest    ? set.nearest[c.layout][kWidthByteToByte]
-                             : c.kind == kRowsBilinear ? set.bilinear[c.layout][kWidthByteToByte]
+                             : c.kind == kRowsBilinear || c.kind == kRowsBilinearTwo
+                                 ? set.bilinear[c.layout][kWidthByteToByte]
                              : c.kind == kRowsHq       ? set.hq[c.layout][kWidthByteToByte]
                                                        : set.mono[kWidthByteToByte];
     DemosaicRowArgs args = {};
@@ -75,6 +79,7 @@ void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const 
                 args.count = static_cast<uint32_t>(w / 2);
                 break;
             case kRowsBilinear:
+            case kRowsBilinearTwo:
                 for (int k = 0; k < 3; ++k) {
                     args.rows[k] = row + k * w;
                     args.carry[k] = row[k * w - 1];
@@ -99,6 +104,18 @@ void RunRows(benchmark::State& state, const RowCase& c, KvCpuLevel level, const 
             args.out[0] = dst;
             args.out[1] = dst + plane;
             args.out[2] = dst + 2 * plane;
+            if (c.kind == kRowsBilinearTwo && y + 1 < h) {
+                DemosaicRowArgs below = args;
+                for (int k = 0; k < 3; ++k) {
+                    below.rows[k] += w;
+                    below.carry[k] = below.rows[k][-1];
+                }
+                below.phase ^= 1;
+                below.out[0] += w * outPixel;
+                set.bilinearTwo[c.layout](args, below);
+                ++y;
+                continue;
+            }
             fn(args);
         }
         benchmark::ClobberMemory();
@@ -113,6 +130,8 @@ struct Registrar {
         for (const RowCase& c : kCases) {
             for (int l = 0; l <= static_cast<int>(KvCpuSupported()); ++l) {
                 const KvCpuLevel level = static_cast<KvCpuLevel>(l);
+                if (c.kind == kRowsBilinearTwo && DemosaicRows::For(level).bilinearTwo[c.layout] == nullptr)
+                    continue;
                 for (const FrameSize& size : FrameSizes()) {
                     if (size.width < 1920)
                         continue;  // the row functions' cost shows at camera sizes

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <emmintrin.h>
 
 #include "DemosaicKernels.h"
 #include "ImgProcConvDemosaic_HQBL.inl"
@@ -248,6 +249,19 @@ void BalanceRow(const unsigned char* top, const unsigned char* bottom, uint32_t 
     }
 }
 
+// 16 bytes at a time where the destination is aligned to 16, plainly at
+// both ends.
+void StreamBytes(unsigned char* to, const unsigned char* from, size_t count)
+{
+    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 15u);
+    head = head < count ? head : count;
+    std::memcpy(to, from, head);
+    size_t i = head;
+    for (; i + 16 <= count; i += 16)
+        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
+    std::memcpy(to + i, from + i, count - i);
+}
+
 // One method's nine paths, [layout][width].
 #define KV_DEMOSAIC_PATHS(Fn)                                                                           \
     {                                                                                                   \
@@ -264,6 +278,8 @@ const DemosaicRowSet kPortable = {
     {RawRow<BYTE, BYTE>, RawRow<WORD, BYTE>, RawRow<WORD, WORD>},
     {MonoRow<BYTE, BYTE>, MonoRow<WORD, BYTE>, MonoRow<WORD, WORD>},
     {BalanceRow<0, 1, 2, 3>, BalanceRow<1, 0, 3, 2>, BalanceRow<2, 0, 3, 1>},
+    {nullptr, nullptr},
+    StreamBytes,
 };
 
 #undef KV_DEMOSAIC_PATHS
@@ -287,6 +303,11 @@ void FillGaps(DemosaicRowSet* set, const DemosaicRowSet& below)
         if (set->balance[l] == nullptr)
             set->balance[l] = below.balance[l];
     }
+    for (int l = 0; l < 2; ++l)
+        if (set->bilinearTwo[l] == nullptr)
+            set->bilinearTwo[l] = below.bilinearTwo[l];
+    if (set->stream == nullptr)
+        set->stream = below.stream;
 }
 
 struct LevelSets {

@@ -61,6 +61,9 @@ struct DemosaicRowArgs {
 };
 
 typedef void (*DemosaicRowFn)(const DemosaicRowArgs& args);
+// Two consecutive rows of one walk, `second` one row below `first`: the
+// bytes of the two calls of the one-row function, first then second.
+typedef void (*DemosaicTwoRowFn)(const DemosaicRowArgs& first, const DemosaicRowArgs& second);
 
 // Sums of the usable 2 by 2 cells of one pair of 8-bit mosaic rows, for the
 // colour balance: a cell counts if its red, green (mean of two, shifted) and
@@ -96,6 +99,10 @@ template <> struct PixelPath<BYTE, BYTE> { enum { kLayout = kLayoutPlanar, kWidt
 template <> struct PixelPath<WORD, BYTE> { enum { kLayout = kLayoutPlanar, kWidth = kWidthWordToByte }; };
 template <> struct PixelPath<WORD, WORD> { enum { kLayout = kLayoutPlanar, kWidth = kWidthWordToWord }; };
 
+// Copies a finished row out with streaming stores; the bytes are those of a
+// plain copy.
+typedef void (*DemosaicStreamFn)(unsigned char* to, const unsigned char* from, size_t count);
+
 struct DemosaicRowSet {
     DemosaicRowFn nearest[3][3];   // [layout][width]
     DemosaicRowFn bilinear[3][3];  // [layout][width]
@@ -103,6 +110,10 @@ struct DemosaicRowSet {
     DemosaicRowFn raw[3];          // [width]: the mosaic through the red table
     DemosaicRowFn mono[3];         // [width]: one row of the 5x5 brightness
     DemosaicBalanceFn balance[3];  // [DemosaicCellLayout]
+    // [kLayoutRGB or kLayoutBGR]: 8-bit bilinear, two rows a call; null
+    // where a level has none (the walk then goes row by row).
+    DemosaicTwoRowFn bilinearTwo[2];
+    DemosaicStreamFn stream;
 };
 
 class DemosaicRows {

@@ -1,7 +1,8 @@
 // AVX-512 (F, BW, VL, VBMI) row functions. Each computes a row a vector at a
 // time; the first pair, whose carried values come from outside the row, goes
-// to the portable function, and the last vector ends at the row's last
-// output, writing the outputs it shares with the one before again. So
+// to the portable function (8-bit bilinear rows move the carried samples
+// into their first vector instead), and the last vector ends at the row's
+// last output, writing the outputs it shares with the one before again. So
 // exactly what the portable loop reads and writes is read and written. For
 // 8-bit sources, tables that are not the identity go through byte permutes.
 #include <immintrin.h>
@@ -41,7 +42,7 @@ struct ByteTables {
 
     // Bits 0 to 6 pick one of 128 entries from a pair of vectors, bit 7 the
     // pair.
-    __m512i operator()(int k, __m512i index) const
+    __attribute__((always_inline)) __m512i operator()(int k, __m512i index) const
     {
         if (!lookup[k])
             return index;
@@ -104,8 +105,8 @@ struct Outs {
 };
 
 template <int kLayout>
-inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green, __m512i blue,
-                const Interleave& il)
+__attribute__((always_inline)) inline void Put(const Outs& o, std::ptrdiff_t x, __m512i red, __m512i green,
+                                               __m512i blue, const Interleave& il)
 {
     if (kLayout == kLayoutPlanar) {
         _mm512_storeu_si512(o.out[0] + x, red);
@@ -213,8 +214,107 @@ void Nearest(const DemosaicRowArgs& r)
         NearestPairs<kLayout, true>(r);
 }
 
-// The row's pairs from 1 on, for one row phase and with or without tables
-// to look up, so that neither is decided per vector.
+// The samples of 32 pairs of one mosaic row, per 16-bit lane: m = column
+// i-1, c0 = i, c1 = i+1, c2 = i+2.
+struct Quad {
+    __m512i m, c0, c1, c2;
+};
+
+inline Quad Columns(__m512i before, __m512i after)
+{
+    const __m512i low = _mm512_set1_epi16(0x00FF);
+    return {_mm512_and_si512(before, low), _mm512_srli_epi16(before, 8), _mm512_and_si512(after, low),
+            _mm512_srli_epi16(after, 8)};
+}
+
+// Pairs from column i >= 2 on.
+inline Quad RowAt(const unsigned char* row, std::ptrdiff_t i)
+{
+    return Columns(Load(row + i - 1), Load(row + i + 1));
+}
+
+// The row's first 32 pairs: column -1 is the carried sample, moved in front
+// of the row's first 63, so that nothing before the row is read.
+inline Quad RowFirst(const unsigned char* row, uint32_t carry, __m512i back)
+{
+    const __m512i before = _mm512_mask_permutexvar_epi8(_mm512_set1_epi8(static_cast<char>(carry)), ~__mmask64(1),
+                                                        back, Load(row));
+    return Columns(before, Load(row + 1));
+}
+
+// The vector of pairs from p on, or for the last one, which would run past
+// the row, the vector that ends at the row's last pair: the pairs it shares
+// with the one before get the same bytes again.
+inline uint32_t Clamp(uint32_t p, uint32_t count)
+{
+    return p + kPairs <= count ? p : count - kPairs;
+}
+
+// Byte j holds j - 1: the permute of RowFirst.
+inline __m512i BackOne()
+{
+    alignas(64) uint8_t index[64];
+    for (int j = 0; j < 64; ++j)
+        index[j] = static_cast<uint8_t>(j - 1);
+    return _mm512_load_si512(index);
+}
+
+// 32 pairs at column i of a row centred on b, a above and c below.
+// Packed pixels take the pairs' lanes packed as they are; the permutes that
+// interleave them put the samples in order.
+// Always inlined, the first vector's use too: a call would hand out the
+// address of the caller's tables and patterns, which the compiler would then
+// read again after every store instead of keeping them in registers.
+template <int kLayout, bool kRedRow, bool kLookup>
+__attribute__((always_inline)) inline void BilinearPut(const Outs& outs, std::ptrdiff_t i, const Quad& a,
+                                                      const Quad& b, const Quad& c, const ByteTables& tables,
+                                                      const Interleave& il)
+{
+    const __m512i acm = _mm512_add_epi16(a.m, c.m);
+    const __m512i ac0 = _mm512_add_epi16(a.c0, c.c0);
+    const __m512i ac1 = _mm512_add_epi16(a.c1, c.c1);
+    const __m512i ac2 = _mm512_add_epi16(a.c2, c.c2);
+    __m512i r0, g0, b0, r1, g1, b1;
+    if (kRedRow) {
+        r0 = b.c0;
+        g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b.m, b.c1), ac0), 2);
+        b0 = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
+        r1 = _mm512_srli_epi16(_mm512_add_epi16(b.c0, b.c2), 1);
+        g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b.c1, 2)), 3);
+        b1 = _mm512_srli_epi16(ac1, 1);
+    } else {
+        r0 = _mm512_srli_epi16(ac0, 1);
+        g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b.c0, 2)), 3);
+        b0 = _mm512_srli_epi16(_mm512_add_epi16(b.m, b.c1), 1);
+        r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
+        g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b.c0, b.c2), ac1), 2);
+        b1 = b.c1;
+    }
+    __m512i red, green, blue;
+    if (kLayout != kLayoutPlanar) {
+        red = _mm512_packus_epi16(r0, r1);
+        green = _mm512_packus_epi16(g0, g1);
+        blue = _mm512_packus_epi16(b0, b1);
+    } else {
+        red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
+        green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
+        blue = _mm512_or_si512(b0, _mm512_slli_epi16(b1, 8));
+    }
+    if (kLookup) {
+        red = tables(0, red);
+        green = tables(1, green);
+        blue = tables(2, blue);
+    }
+    Put<kLayout>(outs, i, red, green, blue, il);
+}
+
+const Interleave& BilinearPattern(int layout)
+{
+    return layout == kLayoutPlanar ? Pattern() : SplitPattern();
+}
+
+// One row, for one row phase and with or without tables to look up, so that
+// neither is decided per vector.
 template <int kLayout, bool kRedRow, bool kLookup>
 void BilinearPairs(const DemosaicRowArgs& r)
 {
@@ -222,90 +322,110 @@ void BilinearPairs(const DemosaicRowArgs& r)
     const unsigned char* const b = r.rows[1];
     const unsigned char* const c = r.rows[2];
     const ByteTables tables(*r.bytes);
-    // Packed pixels take the pairs' lanes packed as they are; the permutes
-    // that interleave them put the samples in order.
-    const bool split = kLayout != kLayoutPlanar;
     // Copies, so that stores through the rows' bytes need not reload them.
-    const Interleave il = split ? SplitPattern() : Pattern();
+    const Interleave il = BilinearPattern(kLayout);
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
-    const __m512i low = _mm512_set1_epi16(0x00FF);
-    const auto vector = [&](uint32_t p) {
-        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
-        // Per lane: m = column i-1, 0 = i, 1 = i+1, 2 = i+2.
-        const __m512i aL = Load(a + i - 1), aH = Load(a + i + 1);
-        const __m512i bL = Load(b + i - 1), bH = Load(b + i + 1);
-        const __m512i cL = Load(c + i - 1), cH = Load(c + i + 1);
-        const __m512i am = _mm512_and_si512(aL, low), a0 = _mm512_srli_epi16(aL, 8);
-        const __m512i a1 = _mm512_and_si512(aH, low), a2 = _mm512_srli_epi16(aH, 8);
-        const __m512i bm = _mm512_and_si512(bL, low), b0 = _mm512_srli_epi16(bL, 8);
-        const __m512i b1 = _mm512_and_si512(bH, low), b2 = _mm512_srli_epi16(bH, 8);
-        const __m512i cm = _mm512_and_si512(cL, low), c0 = _mm512_srli_epi16(cL, 8);
-        const __m512i c1 = _mm512_and_si512(cH, low), c2 = _mm512_srli_epi16(cH, 8);
-        const __m512i acm = _mm512_add_epi16(am, cm);
-        const __m512i ac0 = _mm512_add_epi16(a0, c0);
-        const __m512i ac1 = _mm512_add_epi16(a1, c1);
-        const __m512i ac2 = _mm512_add_epi16(a2, c2);
-        __m512i r0, g0, b0out, r1, g1, b1out;
-        if (kRedRow) {
-            r0 = b0;
-            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(bm, b1), ac0), 2);
-            b0out = _mm512_srli_epi16(_mm512_add_epi16(acm, ac1), 2);
-            r1 = _mm512_srli_epi16(_mm512_add_epi16(b0, b2), 1);
-            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(ac0, ac2), _mm512_slli_epi16(b1, 2)), 3);
-            b1out = _mm512_srli_epi16(ac1, 1);
-        } else {
-            r0 = _mm512_srli_epi16(ac0, 1);
-            g0 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(acm, ac1), _mm512_slli_epi16(b0, 2)), 3);
-            b0out = _mm512_srli_epi16(_mm512_add_epi16(bm, b1), 1);
-            r1 = _mm512_srli_epi16(_mm512_add_epi16(ac0, ac2), 2);
-            g1 = _mm512_srli_epi16(_mm512_add_epi16(_mm512_add_epi16(b0, b2), ac1), 2);
-            b1out = b1;
-        }
-        __m512i red, green, blue;
-        if (split) {
-            red = _mm512_packus_epi16(r0, r1);
-            green = _mm512_packus_epi16(g0, g1);
-            blue = _mm512_packus_epi16(b0out, b1out);
-        } else {
-            red = _mm512_or_si512(r0, _mm512_slli_epi16(r1, 8));
-            green = _mm512_or_si512(g0, _mm512_slli_epi16(g1, 8));
-            blue = _mm512_or_si512(b0out, _mm512_slli_epi16(b1out, 8));
-        }
-        if (kLookup) {
-            red = tables(0, red);
-            green = tables(1, green);
-            blue = tables(2, blue);
-        }
-        Put<kLayout>(outs, i, red, green, blue, il);
-    };
-    uint32_t p = 1;
-    for (; p + kPairs <= count; p += kPairs)
-        vector(p);
-    // The last vector ends at the row's last pair; the pairs it shares with
-    // the one before get the same bytes again.
-    if (p < count)
-        vector(count - kPairs);
+    const __m512i back = BackOne();
+    BilinearPut<kLayout, kRedRow, kLookup>(outs, 0, RowFirst(a, r.carry[0], back), RowFirst(b, r.carry[1], back),
+                                           RowFirst(c, r.carry[2], back), tables, il);
+    // One loop body for all further vectors (a second copy of it would be
+    // called rather than inlined, and the tables would then live in memory).
+    for (uint32_t p = kPairs; p < count; p += kPairs) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(Clamp(p, count));
+        BilinearPut<kLayout, kRedRow, kLookup>(outs, i, RowAt(a, i), RowAt(b, i), RowAt(c, i), tables, il);
+    }
+}
+
+// Two rows in one pass: rows b and c serve both, so each of their vectors
+// is loaded and split once. Each row gets its portable bytes.
+template <int kLayout, bool kRedFirst, bool kLookup>
+void BilinearTwoPairs(const DemosaicRowArgs& r, const DemosaicRowArgs& s)
+{
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const unsigned char* const d = s.rows[2];
+    const ByteTables tables(*r.bytes);
+    const Interleave il = BilinearPattern(kLayout);
+    const Outs first = {{r.out[0], r.out[1], r.out[2]}};
+    const Outs second = {{s.out[0], s.out[1], s.out[2]}};
+    const uint32_t count = r.count;
+    const __m512i back = BackOne();
+    {
+        const Quad qb = RowFirst(b, r.carry[1], back), qc = RowFirst(c, r.carry[2], back);
+        BilinearPut<kLayout, kRedFirst, kLookup>(first, 0, RowFirst(a, r.carry[0], back), qb, qc, tables, il);
+        BilinearPut<kLayout, !kRedFirst, kLookup>(second, 0, qb, qc, RowFirst(d, s.carry[2], back), tables, il);
+    }
+    for (uint32_t p = kPairs; p < count; p += kPairs) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(Clamp(p, count));
+        const Quad qb = RowAt(b, i), qc = RowAt(c, i);
+        BilinearPut<kLayout, kRedFirst, kLookup>(first, i, RowAt(a, i), qb, qc, tables, il);
+        BilinearPut<kLayout, !kRedFirst, kLookup>(second, i, qb, qc, RowAt(d, i), tables, il);
+    }
+}
+
+// A row of at least one vector of pairs, packed without gaps, through byte
+// tables.
+inline bool BilinearVectorisable(const DemosaicRowArgs& r)
+{
+    return r.step == 1 && r.bytes != nullptr && r.bytes->valid && r.count >= kPairs;
+}
+
+inline bool Lookup(const DemosaicByteTables& t)
+{
+    return !(t.identity[0] && t.identity[1] && t.identity[2]);
 }
 
 template <int kLayout>
 void Bilinear(const DemosaicRowArgs& r)
 {
-    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
-    if (!Vectorisable(r)) {
-        portable(r);
+    if (!BilinearVectorisable(r)) {
+        DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte](r);
         return;
     }
-    DemosaicRowArgs head = r;
-    head.count = 1;
-    portable(head);
-
-    const DemosaicByteTables& t = *r.bytes;
-    const bool lookup = !(t.identity[0] && t.identity[1] && t.identity[2]);
+    const bool lookup = Lookup(*r.bytes);
     if ((r.phase & 1) != 0)
         (lookup ? BilinearPairs<kLayout, true, true> : BilinearPairs<kLayout, true, false>)(r);
     else
         (lookup ? BilinearPairs<kLayout, false, true> : BilinearPairs<kLayout, false, false>)(r);
+}
+
+// Whether [p, p + n) and [q, q + m) share a byte.
+inline bool Overlap(const unsigned char* p, std::ptrdiff_t n, const unsigned char* q, std::ptrdiff_t m)
+{
+    const uintptr_t x = reinterpret_cast<uintptr_t>(p), y = reinterpret_cast<uintptr_t>(q);
+    return x < y + static_cast<uintptr_t>(m) && y < x + static_cast<uintptr_t>(n);
+}
+
+// Two rows of one walk, `s` the one below `r`. Done together only where that
+// gives the bytes of one row after the other: the second reads the first's
+// lower rows and carried samples, and neither row's output touches the
+// other's or any source row. Otherwise one row after the other.
+template <int kLayout>
+void BilinearTwo(const DemosaicRowArgs& r, const DemosaicRowArgs& s)
+{
+    bool together = BilinearVectorisable(r) && BilinearVectorisable(s) && s.count == r.count &&
+                    s.bytes == r.bytes && s.rows[0] == r.rows[1] && s.rows[1] == r.rows[2] &&
+                    s.carry[0] == r.carry[1] && s.carry[1] == r.carry[2] && ((r.phase ^ s.phase) & 1) != 0;
+    if (together) {
+        const std::ptrdiff_t written = 6 * static_cast<std::ptrdiff_t>(r.count);
+        const std::ptrdiff_t read = 2 * static_cast<std::ptrdiff_t>(r.count) + 1;
+        const unsigned char* const sources[4] = {r.rows[0], r.rows[1], r.rows[2], s.rows[2]};
+        together = !Overlap(r.out[0], written, s.out[0], written);
+        for (const unsigned char* row : sources)
+            together = together && !Overlap(r.out[0], written, row, read) && !Overlap(s.out[0], written, row, read);
+    }
+    if (!together) {
+        Bilinear<kLayout>(r);
+        Bilinear<kLayout>(s);
+        return;
+    }
+    const bool lookup = Lookup(*r.bytes);
+    if ((r.phase & 1) != 0)
+        (lookup ? BilinearTwoPairs<kLayout, true, true> : BilinearTwoPairs<kLayout, true, false>)(r, s);
+    else
+        (lookup ? BilinearTwoPairs<kLayout, false, true> : BilinearTwoPairs<kLayout, false, false>)(r, s);
 }
 
 // The mosaic through the red table, 64 sites at a time.
@@ -855,6 +975,19 @@ void MonoWords(const DemosaicRowArgs& r)
         vector(r.count - 16);
 }
 
+// 64 bytes at a time where the destination is aligned to 64: a whole line
+// per store.
+void Stream(unsigned char* to, const unsigned char* from, size_t count)
+{
+    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 63u);
+    head = head < count ? head : count;
+    std::memcpy(to, from, head);
+    size_t i = head;
+    for (; i + 64 <= count; i += 64)
+        _mm512_stream_si512(reinterpret_cast<__m512i*>(to + i), _mm512_loadu_si512(from + i));
+    std::memcpy(to + i, from + i, count - i);
+}
+
 }  // namespace demosaic_avx512
 
 void DemosaicRowsAvx512(DemosaicRowSet* set)
@@ -866,6 +999,9 @@ void DemosaicRowsAvx512(DemosaicRowSet* set)
     set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
     set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
     set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->bilinearTwo[kLayoutRGB] = BilinearTwo<kLayoutRGB>;
+    set->bilinearTwo[kLayoutBGR] = BilinearTwo<kLayoutBGR>;
+    set->stream = Stream;
     set->raw[kWidthByteToByte] = Raw;
     set->mono[kWidthByteToByte] = MonoWide;
     set->nearest[kLayoutRGB][kWidthWordToByte] = NearestWords<kLayoutRGB, kWidthWordToByte>;

@@ -224,19 +224,6 @@ void CallMethod(CImgProcConvDemosaic& cv, int type, int rowPhase, int columns, S
     }
 }
 
-// Copies a row out with streaming stores, 16 bytes at a time where the
-// destination is aligned to 16 and plainly at both ends.
-void StreamBytes(unsigned char* to, const unsigned char* from, size_t count)
-{
-    size_t head = static_cast<size_t>(-reinterpret_cast<uintptr_t>(to) & 15u);
-    head = head < count ? head : count;
-    std::memcpy(to, from, head);
-    size_t i = head;
-    for (; i + 16 <= count; i += 16)
-        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
-    std::memcpy(to + i, from + i, count - i);
-}
-
 // Pixels the nearest-neighbour and bilinear methods write from a row's
 // start, or 0 for the other methods, which are written in place.
 int64_t PixelsWritten(int type, int columns)
@@ -272,11 +259,21 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
     const int64_t streamBytes = kPlanar || cv.miStepX != 1 ? 0 : PixelsWritten(type, plan.columns) * sizeof(D);
     const bool stream =
         streamBytes > 0 && static_cast<int64_t>(plan.limit - plan.top) > cv.miStreamBytes / streamBytes;
+    // 8-bit packed bilinear rows go two at a time where the level has a
+    // function for it: the rows they share are read once.
+    DemosaicTwoRowFn twoRows = nullptr;
+    if constexpr (!kPlanar && static_cast<int>(PixelPath<S, D>::kWidth) == kWidthByteToByte)
+        if (type == KORVA_DEMOSAIC_BILINEAR && cv.miStepX == 1 && bllut::Pairs(plan.columns) > 0)
+            twoRows = cv.mpRowSet->bilinearTwo[PixelPath<S, D>::kLayout];
+    const DemosaicStreamFn streamOut = cv.mpRowSet->stream;
     unsigned char* scratch = nullptr;
+    unsigned char* scratchBelow = nullptr;  // the second row of a pair
     if (stream) {
-        if (cv.mStreamRow.size() < static_cast<size_t>(streamBytes) + 64 + sizeof(D))
-            cv.mStreamRow.resize(static_cast<size_t>(streamBytes) + 64 + sizeof(D));
+        const size_t rowBytes = (static_cast<size_t>(streamBytes) + sizeof(D) + 63u) & ~size_t(63);
+        if (cv.mStreamRow.size() < 2 * rowBytes + 64)
+            cv.mStreamRow.resize(2 * rowBytes + 64);
         scratch = cv.mStreamRow.data() + (-reinterpret_cast<uintptr_t>(cv.mStreamRow.data()) & 63u);
+        scratchBelow = scratch + rowBytes;
     }
     // The methods read up to one sample past `columns` (and the bilinear one
     // the sample before a row), and write up to `columns` + 1 pixels.
@@ -321,12 +318,39 @@ void ColourRows(CImgProcConvDemosaic& cv, const RowPlan& plan)
                     guard.ReadCopy(reinterpret_cast<const unsigned char*>(rows[k]), k)));
             src->mpBasePointer = const_cast<unsigned char*>(guard.ReadBase());
         }
+        if constexpr (!kPlanar) {
+            // The row below joins this one where it too is read and written
+            // in place; it is then skipped.
+            if (twoRows != nullptr && !copied && y + 1 < plan.limit &&
+                static_cast<uint64_t>(y) + 1 + static_cast<uint64_t>(used) <= plan.bottom &&
+                (streamTo != nullptr || target.pixels == reinterpret_cast<D*>(at))) {
+                unsigned char* const below = dstAt.At(
+                    KvWrap32(dstX), KvWrap32((y + 1 + KvU32(plan.half)) * KvU32(cv.miStepY) + KvU32(cv.miDstStartY)));
+                S* next[kRowSlots] = {rows[1], rows[2],
+                                      reinterpret_cast<S*>(srcAt.At(0, KvWrap32(y + KvU32(cv.miMatrixSize))))};
+                if (below != nullptr && guard.WriteInside(below) && next[2] != nullptr && guard.ReadInside(next[2])) {
+                    D* const out = reinterpret_cast<D*>(streamTo != nullptr ? scratchBelow : below);
+                    bllut::TwoRows(cv, twoRows, KvWrap32(y + KvU32(plan.phase.blueFirst)),
+                                   KvWrap32(y + 1 + KvU32(plan.phase.blueFirst)), plan.columns, rows, next,
+                                   target.pixels, out);
+                    if (streamTo != nullptr) {
+                        streamOut(streamTo, scratch, static_cast<size_t>(streamBytes));
+                        streamOut(below, scratchBelow, static_cast<size_t>(streamBytes));
+                    }
+                    ring[0] = ring[2];
+                    ring[1] = reinterpret_cast<unsigned char*>(next[2]);
+                    ring[2] = srcAt.At(0, KvWrap32(y + 1 + KvU32(cv.miMatrixSize)));
+                    ++y;
+                    continue;
+                }
+            }
+        }
         CallMethod<S, D, SD>(cv, type, KvWrap32(y + KvU32(plan.phase.blueFirst)), plan.columns, rows, target.get(),
                              plan.phase.redAtOdd);
         src->mpBasePointer = base;
         guard.Flush();
         if (streamTo != nullptr)
-            StreamBytes(streamTo, scratch, static_cast<size_t>(streamBytes));
+            streamOut(streamTo, scratch, static_cast<size_t>(streamBytes));
 
         switch (type) {
         case KORVA_DEMOSAIC_NEAREST:

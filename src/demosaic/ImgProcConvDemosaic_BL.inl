@@ -59,6 +59,20 @@ DemosaicRowArgs Args(CImgProcConvDemosaic& cv, int rowPhase, uint32_t pairs, S**
     return args;
 }
 
+// Rows `rows` and `next` (the one below) of 8-bit packed pixels in one call
+// of `fn`, with the bytes of two calls of the template.
+template <typename S, typename D>
+void TwoRows(CImgProcConvDemosaic& cv, DemosaicTwoRowFn fn, int rowPhase, int belowPhase, int columns, S** rows,
+             S** next, D* destination, D* below)
+{
+    const uint32_t pairs = Pairs(columns);
+    DemosaicRowArgs first = Args(cv, rowPhase, pairs, rows, 1);
+    DemosaicRowArgs second = Args(cv, belowPhase, pairs, next, 1);
+    first.out[0] = reinterpret_cast<unsigned char*>(destination);
+    second.out[0] = reinterpret_cast<unsigned char*>(below);
+    fn(first, second);
+}
+
 }  // namespace bllut
 
 // Returns `columns` if nothing was written, else miMatrixSize, like the other

@@ -46,6 +46,29 @@ public:
         return reinterpret_cast<unsigned char*>(mBase + static_cast<uint32_t>(offset));
     }
 
+    // True where every pixel of columns 0 to columns - 1 and rows 0 to
+    // rows - 1 lies at At(0, 0) + y * pitch + x * step, none of them null or
+    // wrapped; pitch and step are then set (both at least 0).
+    bool Affine(int32_t columns, int32_t rows, int64_t* pitch, int64_t* step) const
+    {
+        if (!mWhole || mAbsent || columns <= 0 || rows <= 0)
+            return false;
+        // The largest index, formed without wrapping: every other one is
+        // smaller, so none wraps if it stays below 2^31.
+        const uint64_t down = static_cast<uint64_t>(rows - 1) + mTop;
+        if (mWidth != 0 && down > static_cast<uint64_t>(INT32_MAX) / mWidth)
+            return false;
+        const uint64_t last = static_cast<uint64_t>(columns - 1) + mLeft + down * mWidth;
+        if (last > static_cast<uint64_t>(INT32_MAX))
+            return false;
+        const int64_t offset = static_cast<int64_t>(last) * mFactor;
+        if (offset > mRoom || offset > static_cast<int64_t>(UINT32_MAX))
+            return false;
+        *pitch = static_cast<int64_t>(mWidth) * mFactor;
+        *step = mFactor;
+        return true;
+    }
+
 private:
     CMemoryAccess* mView;
     uintptr_t mBase;

@@ -187,10 +187,8 @@ bool Inside(const sByteWindow& w, uintptr_t at, int64_t count)
 
 // One copy of the repair. Skipped when a byte of either side would lie
 // outside the window; source and destination may overlap.
-void MoveBytes(const sByteWindow& w, uintptr_t to, uintptr_t from, int64_t count)
+inline void CopyBytes(uintptr_t to, uintptr_t from, int64_t count)
 {
-    if (count <= 0 || !Inside(w, to, count) || !Inside(w, from, count))
-        return;
     // Border pixels are a few bytes: a loop through a buffer beats a call.
     if (count <= 16) {
         unsigned char buffer[16];
@@ -201,6 +199,13 @@ void MoveBytes(const sByteWindow& w, uintptr_t to, uintptr_t from, int64_t count
         return;
     }
     std::memmove(reinterpret_cast<void*>(to), reinterpret_cast<const void*>(from), static_cast<size_t>(count));
+}
+
+void MoveBytes(const sByteWindow& w, uintptr_t to, uintptr_t from, int64_t count)
+{
+    if (count <= 0 || !Inside(w, to, count) || !Inside(w, from, count))
+        return;
+    CopyBytes(to, from, count);
 }
 
 bool InRange(int64_t v, int64_t limit)
@@ -257,6 +262,38 @@ void RepairBorder(CMemoryAccess* mem, int bytesPerPixel, int matrixSize, int pla
     // border depends on exactly this pattern.
     if (H < 1)
         return;
+    // Where every row lies one pitch after the last, the copies of the first
+    // and the last row inside the window mean those of every row in between
+    // are too (the window is one range, the addresses grow with the row):
+    // the addresses are then stepped instead of formed and checked per row.
+    int64_t pitch = 0, step = 0;
+    if (W > 2 * h && address.Affine(static_cast<int32_t>(W), static_cast<int32_t>(rowsLimit), &pitch, &step)) {
+        const uintptr_t first = Addr(address.At(0, 0));
+        bool inside = true;
+        for (int64_t y : {int64_t(0), rowsLimit - 1}) {
+            const uintptr_t row = first + static_cast<uintptr_t>(y * pitch);
+            for (int64_t j = 0; j < h; ++j) {
+                const uintptr_t at[4] = {row + static_cast<uintptr_t>(j),
+                                         row + static_cast<uintptr_t>((2 * h - j) * step + j),
+                                         row + static_cast<uintptr_t>((W - 1 - j) * step + j),
+                                         row + static_cast<uintptr_t>((W - 2 * h - 1 + j) * step + j)};
+                for (uintptr_t a : at)
+                    inside = inside && Inside(window, a, bpp);
+            }
+        }
+        if (inside) {
+            uintptr_t row = first;
+            for (int64_t y = 0; y < rowsLimit; ++y, row += static_cast<uintptr_t>(pitch)) {
+                for (int64_t j = 0; j < h; ++j) {
+                    CopyBytes(row + static_cast<uintptr_t>(j), row + static_cast<uintptr_t>((2 * h - j) * step + j),
+                              bpp);
+                    CopyBytes(row + static_cast<uintptr_t>((W - 1 - j) * step + j),
+                              row + static_cast<uintptr_t>((W - 2 * h - 1 + j) * step + j), bpp);
+                }
+            }
+            return;
+        }
+    }
     for (int64_t y = 0; y < rowsLimit; ++y) {
         unsigned char* left = pixel(0, y);
         for (int64_t j = 0; j < h; ++j) {

@@ -85,6 +85,27 @@ struct Outputs {
     }
 };
 
+// Two rows of 8-bit packed bilinear pixels in one guarded buffer, the second
+// `gap` bytes after the first (so overlapping where that is less than a
+// row): by `two` in one call, or by `one` one row after the other.
+Bytes TwoRows(DemosaicTwoRowFn two, DemosaicRowFn one, DemosaicRowArgs first, DemosaicRowArgs second, size_t gap,
+              uint32_t seed)
+{
+    Bytes out(gap + 6 * first.count + 2 * kGuard);
+    std::mt19937 fill(seed);
+    for (unsigned char& b : out)
+        b = static_cast<unsigned char>(fill());
+    first.out[0] = out.data() + kGuard;
+    second.out[0] = first.out[0] + gap;
+    if (two != nullptr) {
+        two(first, second);
+    } else {
+        one(first);
+        one(second);
+    }
+    return out;
+}
+
 std::string Name(const Slot& s)
 {
     static const char* const methods[] = {"nearest", "bilinear", "5x5", "raw", "mono"};
@@ -195,6 +216,26 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                                 : tables == &identity ? " identity"
                                 : tables == &rescale  ? " rescale"
                                                       : " gains");
+                    // The row below shares two rows and their carried samples.
+                    const DemosaicTwoRowFn two = s.method == kBilinear && s.width == kWidthByteToByte &&
+                                                         s.layout != kLayoutPlanar
+                                                     ? fast.bilinearTwo[s.layout]
+                                                     : nullptr;
+                    if (two == nullptr)
+                        continue;
+                    DemosaicRowArgs below = args;
+                    below.rows[0] = args.rows[1];
+                    below.rows[1] = args.rows[2];
+                    below.rows[2] = args.rows[3];
+                    below.carry[0] = args.carry[1];
+                    below.carry[1] = args.carry[2];
+                    below.carry[2] = rng() & 0xFF;
+                    below.phase = 1 - phase;
+                    for (size_t gap : {6 * count + kGuard, 3 * count})
+                        ASSERT_EQ(TwoRows(nullptr, ref, args, below, gap, run),
+                                  TwoRows(two, nullptr, args, below, gap, run))
+                            << KvCpuLevelName(static_cast<KvCpuLevel>(level)) << " two rows " << Name(s) << " count "
+                            << count << " gap " << gap;
                 }
             }
         }
