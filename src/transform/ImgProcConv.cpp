@@ -185,8 +185,7 @@ bool Inside(const sByteWindow& w, uintptr_t at, int64_t count)
     return at >= w.begin && at <= w.end && static_cast<uint64_t>(count) <= w.end - at;
 }
 
-// One copy of the repair. Skipped when a byte of either side would lie
-// outside the window; source and destination may overlap.
+// Source and destination may overlap.
 inline void CopyBytes(uintptr_t to, uintptr_t from, int64_t count)
 {
     // Border pixels are a few bytes: a loop through a buffer beats a call.
@@ -201,6 +200,8 @@ inline void CopyBytes(uintptr_t to, uintptr_t from, int64_t count)
     std::memmove(reinterpret_cast<void*>(to), reinterpret_cast<const void*>(from), static_cast<size_t>(count));
 }
 
+// One copy of the repair, skipped when a byte of either side would lie
+// outside the window.
 void MoveBytes(const sByteWindow& w, uintptr_t to, uintptr_t from, int64_t count)
 {
     if (count <= 0 || !Inside(w, to, count) || !Inside(w, from, count))
