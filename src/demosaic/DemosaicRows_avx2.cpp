@@ -54,6 +54,7 @@ struct ByteTables {
     __m256i fixLow[3], fixHigh[3];
     __m256i nibble, seven, bitOf, most;
     __m128i shift[3];
+    __m128i up[3];  // 16 - gainShift
     int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
     // The product of 255 and the gain, shifted, can reach 2^15, which
     // packus would read as negative: the 16-bit results need the clamp.
@@ -75,6 +76,7 @@ struct ByteTables {
             clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u;
             gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
             shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
+            up[k] = _mm_cvtsi32_si128(16 - static_cast<int>(t.gainShift[k]));
             fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
             fixHigh[k] =
                 _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k] + 16)));
@@ -133,6 +135,15 @@ struct ByteTables {
     {
         const __m256i scaled = _mm256_min_epu16(_mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]), most);
         return kind[k] == 1 ? scaled : Fix(k, index, scaled);
+    }
+
+    // A gain table (kind 1 or 2) whose results stay below 2^15, on 16-bit
+    // lanes that hold an index below 256: (i * gain) >> gainShift is the high
+    // half of (i << (16 - gainShift)) * gain, and the shifted index still
+    // fits in 16 bits. Marks are left to Fix, on the packed bytes.
+    DEMOSAIC_AVX2_INLINE __m256i Gain16(int k, __m256i index) const
+    {
+        return _mm256_mulhi_epu16(_mm256_sll_epi16(index, up[k]), gain[k]);
     }
 
     // `scaled` less 1 in the bytes whose index is marked in the map.
@@ -432,6 +443,17 @@ DEMOSAIC_AVX2_INLINE void BilinearPut(const Outs& outs, std::ptrdiff_t i, const 
         b1 = b.c1;
     }
     __m256i red, green, blue;
+    if (kTables == 1 && kLayout != kLayoutPlanar) {
+        // Gains in the 16-bit lanes the sums are in, packed afterwards.
+        const auto gained = [&tables](int k, __m256i v0, __m256i v1) __attribute__((always_inline)) {
+            if (tables.kind[k] == 0)
+                return _mm256_packus_epi16(v0, v1);
+            const __m256i scaled = _mm256_packus_epi16(tables.Gain16(k, v0), tables.Gain16(k, v1));
+            return tables.kind[k] == 1 ? scaled : tables.Fix(k, _mm256_packus_epi16(v0, v1), scaled);
+        };
+        Put<kLayout>(outs, i, gained(0, r0, r1), gained(1, g0, g1), gained(2, b0, b1), il);
+        return;
+    }
     if (kLayout != kLayoutPlanar) {
         red = _mm256_packus_epi16(r0, r1);
         green = _mm256_packus_epi16(g0, g1);
