@@ -40,6 +40,13 @@ inline void Store(unsigned char* p, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
+// How ByteTables applies table k: 0 identity, 1 gain, 2 gain with marks,
+// 3 lookup.
+inline int KindFor(const DemosaicByteTables& t, int k)
+{
+    return t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+}
+
 // A table of 256 byte entries. A gain table is computed: each byte, put in
 // the high half of a 16-bit lane, is multiplied by the gain keeping the high
 // half, shifted, and packed with saturation at 255; then the marked entries
@@ -72,7 +79,7 @@ struct ByteTables {
         Opaque(bitOf);
         Opaque(most);
         for (int k = 0; k < 3; ++k) {
-            kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+            kind[k] = KindFor(t, k);
             clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u;
             gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
             shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
@@ -414,8 +421,23 @@ DEMOSAIC_AVX2_INLINE Split SplitAt(const unsigned char* row, std::ptrdiff_t i, _
             _mm256_srli_epi16(hi, 8)};
 }
 
-// 16 pairs at column i of a row centred on b, a above and c below, with no
-// tables to apply (kTables 0), identities and gains (1) or some lookup (2).
+// Which tables a row applies: 0 none, 1 identities and gains, 2 some lookup;
+// 3 to 6 the usual balance, green the identity and red and blue gains,
+// 3 + (red marked) + 2 * (blue marked), so that a vector does not branch on
+// the kinds.
+const int kBalanceTables = 3;
+
+// The kind of table k (ByteTables::kind) under kTables.
+template <int kTables>
+DEMOSAIC_AVX2_INLINE int KindOf(const ByteTables& tables, int k)
+{
+    if (kTables < kBalanceTables)
+        return tables.kind[k];
+    return k == 1 ? 0 : 1 + (((kTables - kBalanceTables) >> (k / 2)) & 1);
+}
+
+// 16 pairs at column i of a row centred on b, a above and c below, with the
+// tables of kTables.
 // Packed pixels take the pairs' lanes packed as they are; the shuffles that
 // interleave them put the samples in order.
 template <int kLayout, bool kRedRow, int kTables>
@@ -443,13 +465,14 @@ DEMOSAIC_AVX2_INLINE void BilinearPut(const Outs& outs, std::ptrdiff_t i, const 
         b1 = b.c1;
     }
     __m256i red, green, blue;
-    if (kTables == 1 && kLayout != kLayoutPlanar) {
+    if ((kTables == 1 || kTables >= kBalanceTables) && kLayout != kLayoutPlanar) {
         // Gains in the 16-bit lanes the sums are in, packed afterwards.
         const auto gained = [&tables](int k, __m256i v0, __m256i v1) __attribute__((always_inline)) {
-            if (tables.kind[k] == 0)
+            const int kind = KindOf<kTables>(tables, k);
+            if (kind == 0)
                 return _mm256_packus_epi16(v0, v1);
             const __m256i scaled = _mm256_packus_epi16(tables.Gain16(k, v0), tables.Gain16(k, v1));
-            return tables.kind[k] == 1 ? scaled : tables.Fix(k, _mm256_packus_epi16(v0, v1), scaled);
+            return kind == 1 ? scaled : tables.Fix(k, _mm256_packus_epi16(v0, v1), scaled);
         };
         Put<kLayout>(outs, i, gained(0, r0, r1), gained(1, g0, g1), gained(2, b0, b1), il);
         return;
@@ -463,7 +486,7 @@ DEMOSAIC_AVX2_INLINE void BilinearPut(const Outs& outs, std::ptrdiff_t i, const 
         green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
         blue = _mm256_or_si256(b0, _mm256_slli_epi16(b1, 8));
     }
-    if (kTables == 1) {
+    if (kTables == 1 || kTables >= kBalanceTables) {
         // Identities and gains: the branches go the same way all row.
         if (tables.kind[0] != 0)
             red = tables.Gained(0, red);
@@ -607,11 +630,18 @@ void BilinearTwo(const DemosaicRowArgs& r, const DemosaicRowArgs& s)
     portable(head);
 
     typedef void (*Pairs)(const DemosaicRowArgs&, const DemosaicRowArgs&);
-    static const Pairs pairs[2][3] = {{BilinearTwoPairs<kLayout, false, 0>, BilinearTwoPairs<kLayout, false, 1>,
-                                       BilinearTwoPairs<kLayout, false, 2>},
-                                      {BilinearTwoPairs<kLayout, true, 0>, BilinearTwoPairs<kLayout, true, 1>,
-                                       BilinearTwoPairs<kLayout, true, 2>}};
-    pairs[r.phase & 1][BilinearTables(*r.bytes)](r, s);
+    static const Pairs pairs[2][7] = {
+        {BilinearTwoPairs<kLayout, false, 0>, BilinearTwoPairs<kLayout, false, 1>, BilinearTwoPairs<kLayout, false, 2>,
+         BilinearTwoPairs<kLayout, false, 3>, BilinearTwoPairs<kLayout, false, 4>, BilinearTwoPairs<kLayout, false, 5>,
+         BilinearTwoPairs<kLayout, false, 6>},
+        {BilinearTwoPairs<kLayout, true, 0>, BilinearTwoPairs<kLayout, true, 1>, BilinearTwoPairs<kLayout, true, 2>,
+         BilinearTwoPairs<kLayout, true, 3>, BilinearTwoPairs<kLayout, true, 4>, BilinearTwoPairs<kLayout, true, 5>,
+         BilinearTwoPairs<kLayout, true, 6>}};
+    const DemosaicByteTables& t = *r.bytes;
+    int tables = BilinearTables(t);
+    if (tables == 1 && KindFor(t, 1) == 0 && KindFor(t, 0) != 0 && KindFor(t, 2) != 0)
+        tables = kBalanceTables + (KindFor(t, 0) - 1) + 2 * (KindFor(t, 2) - 1);
+    pairs[r.phase & 1][tables](r, s);
 }
 
 inline __m256i Widen(const unsigned char* p)
