@@ -40,6 +40,13 @@ inline void Store(unsigned char* p, __m256i v)
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
+// How ByteTables applies table k: 0 identity, 1 gain, 2 gain with marks,
+// 3 lookup.
+inline int KindFor(const DemosaicByteTables& t, int k)
+{
+    return t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+}
+
 // A table of 256 byte entries. A gain table is computed: each byte, put in
 // the high half of a 16-bit lane, is multiplied by the gain keeping the high
 // half, shifted, and packed with saturation at 255; then the marked entries
@@ -54,6 +61,7 @@ struct ByteTables {
     __m256i fixLow[3], fixHigh[3];
     __m256i nibble, seven, bitOf, most;
     __m128i shift[3];
+    __m128i up[3];  // 16 - gainShift
     int kind[3];  // 0 identity, 1 gain, 2 gain with marks, 3 lookup
     // The product of 255 and the gain, shifted, can reach 2^15, which
     // packus would read as negative: the 16-bit results need the clamp.
@@ -71,10 +79,11 @@ struct ByteTables {
         Opaque(bitOf);
         Opaque(most);
         for (int k = 0; k < 3; ++k) {
-            kind[k] = t.identity[k] ? 0 : !t.gained[k] ? 3 : t.fixed[k] ? 2 : 1;
+            kind[k] = KindFor(t, k);
             clamp[k] = ((255u * t.gain[k]) >> t.gainShift[k]) >= 0x8000u;
             gain[k] = _mm256_set1_epi16(static_cast<short>(t.gain[k]));
             shift[k] = _mm_cvtsi32_si128(static_cast<int>(t.gainShift[k]) - 8);
+            up[k] = _mm_cvtsi32_si128(16 - static_cast<int>(t.gainShift[k]));
             fixLow[k] = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k])));
             fixHigh[k] =
                 _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(t.fixes[k] + 16)));
@@ -133,6 +142,15 @@ struct ByteTables {
     {
         const __m256i scaled = _mm256_min_epu16(_mm256_srl_epi16(_mm256_mulhi_epu16(high, gain[k]), shift[k]), most);
         return kind[k] == 1 ? scaled : Fix(k, index, scaled);
+    }
+
+    // A gain table (kind 1 or 2) whose results stay below 2^15, on 16-bit
+    // lanes that hold an index below 256: (i * gain) >> gainShift is the high
+    // half of (i << (16 - gainShift)) * gain, and the shifted index still
+    // fits in 16 bits. Marks are left to Fix, on the packed bytes.
+    DEMOSAIC_AVX2_INLINE __m256i Gain16(int k, __m256i index) const
+    {
+        return _mm256_mulhi_epu16(_mm256_sll_epi16(index, up[k]), gain[k]);
     }
 
     // `scaled` less 1 in the bytes whose index is marked in the map.
@@ -390,9 +408,107 @@ void Nearest(const DemosaicRowArgs& r)
         NearestPairs<kLayout>(r);
 }
 
-// The row's pairs from 1 on, for one row phase and with no tables to apply
-// (kTables 0), identities and gains (1) or some lookup (2), so that neither
-// is decided per vector.
+// One source row's samples around 16 pairs from column i - 1 on, in 16-bit
+// lanes: m the column before each pair, c0 and c1 the pair, c2 the one after.
+struct Split {
+    __m256i m, c0, c1, c2;
+};
+
+DEMOSAIC_AVX2_INLINE Split SplitAt(const unsigned char* row, std::ptrdiff_t i, __m256i low)
+{
+    const __m256i lo = Load(row + i - 1), hi = Load(row + i + 1);
+    return {_mm256_and_si256(lo, low), _mm256_srli_epi16(lo, 8), _mm256_and_si256(hi, low),
+            _mm256_srli_epi16(hi, 8)};
+}
+
+// Which tables a row applies: 0 none, 1 identities and gains, 2 some lookup;
+// 3 to 6 the usual balance, green the identity and red and blue gains,
+// 3 + (red marked) + 2 * (blue marked), so that a vector does not branch on
+// the kinds.
+const int kBalanceTables = 3;
+
+// The kind of table k (ByteTables::kind) under kTables.
+template <int kTables>
+DEMOSAIC_AVX2_INLINE int KindOf(const ByteTables& tables, int k)
+{
+    if (kTables < kBalanceTables)
+        return tables.kind[k];
+    return k == 1 ? 0 : 1 + (((kTables - kBalanceTables) >> (k / 2)) & 1);
+}
+
+// 16 pairs at column i of a row centred on b, a above and c below, with the
+// tables of kTables.
+// Packed pixels take the pairs' lanes packed as they are; the shuffles that
+// interleave them put the samples in order.
+template <int kLayout, bool kRedRow, int kTables>
+DEMOSAIC_AVX2_INLINE void BilinearPut(const Outs& outs, std::ptrdiff_t i, const Split& a, const Split& b,
+                                      const Split& c, const ByteTables& tables, const Interleave& il)
+{
+    const __m256i acm = _mm256_add_epi16(a.m, c.m);
+    const __m256i ac0 = _mm256_add_epi16(a.c0, c.c0);
+    const __m256i ac1 = _mm256_add_epi16(a.c1, c.c1);
+    const __m256i ac2 = _mm256_add_epi16(a.c2, c.c2);
+    __m256i r0, g0, b0, r1, g1, b1;
+    if (kRedRow) {
+        r0 = b.c0;
+        g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b.m, b.c1), ac0), 2);
+        b0 = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
+        r1 = _mm256_srli_epi16(_mm256_add_epi16(b.c0, b.c2), 1);
+        g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b.c1, 2)), 3);
+        b1 = _mm256_srli_epi16(ac1, 1);
+    } else {
+        r0 = _mm256_srli_epi16(ac0, 1);
+        g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b.c0, 2)), 3);
+        b0 = _mm256_srli_epi16(_mm256_add_epi16(b.m, b.c1), 1);
+        r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
+        g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b.c0, b.c2), ac1), 2);
+        b1 = b.c1;
+    }
+    __m256i red, green, blue;
+    if ((kTables == 1 || kTables >= kBalanceTables) && kLayout != kLayoutPlanar) {
+        // Gains in the 16-bit lanes the sums are in, packed afterwards.
+        const auto gained = [&tables](int k, __m256i v0, __m256i v1) __attribute__((always_inline)) {
+            const int kind = KindOf<kTables>(tables, k);
+            if (kind == 0)
+                return _mm256_packus_epi16(v0, v1);
+            const __m256i scaled = _mm256_packus_epi16(tables.Gain16(k, v0), tables.Gain16(k, v1));
+            return kind == 1 ? scaled : tables.Fix(k, _mm256_packus_epi16(v0, v1), scaled);
+        };
+        Put<kLayout>(outs, i, gained(0, r0, r1), gained(1, g0, g1), gained(2, b0, b1), il);
+        return;
+    }
+    if (kLayout != kLayoutPlanar) {
+        red = _mm256_packus_epi16(r0, r1);
+        green = _mm256_packus_epi16(g0, g1);
+        blue = _mm256_packus_epi16(b0, b1);
+    } else {
+        red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
+        green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
+        blue = _mm256_or_si256(b0, _mm256_slli_epi16(b1, 8));
+    }
+    if (kTables == 1 || kTables >= kBalanceTables) {
+        // Identities and gains: the branches go the same way all row.
+        if (tables.kind[0] != 0)
+            red = tables.Gained(0, red);
+        if (tables.kind[1] != 0)
+            green = tables.Gained(1, green);
+        if (tables.kind[2] != 0)
+            blue = tables.Gained(2, blue);
+    } else if (kTables == 2) {
+        red = tables(0, red);
+        green = tables(1, green);
+        blue = tables(2, blue);
+    }
+    Put<kLayout>(outs, i, red, green, blue, il);
+}
+
+inline const Interleave& BilinearPattern(int layout)
+{
+    return layout == kLayoutPlanar ? Pattern() : SplitPattern();
+}
+
+// The row's pairs from 1 on, for one row phase and one kind of tables, so
+// that neither is decided per vector.
 template <int kLayout, bool kRedRow, int kTables>
 void BilinearPairs(const DemosaicRowArgs& r)
 {
@@ -400,70 +516,16 @@ void BilinearPairs(const DemosaicRowArgs& r)
     const unsigned char* const b = r.rows[1];
     const unsigned char* const c = r.rows[2];
     const ByteTables tables(*r.bytes);
-    // Packed pixels take the pairs' lanes packed as they are; the shuffles
-    // that interleave them put the samples in order.
-    const bool split = kLayout != kLayoutPlanar;
     // Copies, so that stores through the rows' bytes need not reload them.
-    const Interleave il = split ? SplitPattern() : Pattern();
+    const Interleave il = BilinearPattern(kLayout);
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
     __m256i low = _mm256_set1_epi16(0x00FF);
     Opaque(low);
     const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
-        const __m256i aL = Load(a + i - 1), aH = Load(a + i + 1);
-        const __m256i bL = Load(b + i - 1), bH = Load(b + i + 1);
-        const __m256i cL = Load(c + i - 1), cH = Load(c + i + 1);
-        const __m256i am = _mm256_and_si256(aL, low), a0 = _mm256_srli_epi16(aL, 8);
-        const __m256i a1 = _mm256_and_si256(aH, low), a2 = _mm256_srli_epi16(aH, 8);
-        const __m256i bm = _mm256_and_si256(bL, low), b0 = _mm256_srli_epi16(bL, 8);
-        const __m256i b1 = _mm256_and_si256(bH, low), b2 = _mm256_srli_epi16(bH, 8);
-        const __m256i cm = _mm256_and_si256(cL, low), c0 = _mm256_srli_epi16(cL, 8);
-        const __m256i c1 = _mm256_and_si256(cH, low), c2 = _mm256_srli_epi16(cH, 8);
-        const __m256i acm = _mm256_add_epi16(am, cm);
-        const __m256i ac0 = _mm256_add_epi16(a0, c0);
-        const __m256i ac1 = _mm256_add_epi16(a1, c1);
-        const __m256i ac2 = _mm256_add_epi16(a2, c2);
-        __m256i r0, g0, b0out, r1, g1, b1out;
-        if (kRedRow) {
-            r0 = b0;
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(bm, b1), ac0), 2);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(acm, ac1), 2);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(b0, b2), 1);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(ac0, ac2), _mm256_slli_epi16(b1, 2)), 3);
-            b1out = _mm256_srli_epi16(ac1, 1);
-        } else {
-            r0 = _mm256_srli_epi16(ac0, 1);
-            g0 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(acm, ac1), _mm256_slli_epi16(b0, 2)), 3);
-            b0out = _mm256_srli_epi16(_mm256_add_epi16(bm, b1), 1);
-            r1 = _mm256_srli_epi16(_mm256_add_epi16(ac0, ac2), 2);
-            g1 = _mm256_srli_epi16(_mm256_add_epi16(_mm256_add_epi16(b0, b2), ac1), 2);
-            b1out = b1;
-        }
-        __m256i red, green, blue;
-        if (split) {
-            red = _mm256_packus_epi16(r0, r1);
-            green = _mm256_packus_epi16(g0, g1);
-            blue = _mm256_packus_epi16(b0out, b1out);
-        } else {
-            red = _mm256_or_si256(r0, _mm256_slli_epi16(r1, 8));
-            green = _mm256_or_si256(g0, _mm256_slli_epi16(g1, 8));
-            blue = _mm256_or_si256(b0out, _mm256_slli_epi16(b1out, 8));
-        }
-        if (kTables == 1) {
-            // Identities and gains: the branches go the same way all row.
-            if (tables.kind[0] != 0)
-                red = tables.Gained(0, red);
-            if (tables.kind[1] != 0)
-                green = tables.Gained(1, green);
-            if (tables.kind[2] != 0)
-                blue = tables.Gained(2, blue);
-        } else if (kTables == 2) {
-            red = tables(0, red);
-            green = tables(1, green);
-            blue = tables(2, blue);
-        }
-        Put<kLayout>(outs, i, red, green, blue, il);
+        BilinearPut<kLayout, kRedRow, kTables>(outs, i, SplitAt(a, i, low), SplitAt(b, i, low), SplitAt(c, i, low),
+                                               tables, il);
     };
     uint32_t p = 1;
     for (; p + kPairs <= count; p += kPairs)
@@ -472,6 +534,13 @@ void BilinearPairs(const DemosaicRowArgs& r)
     // the one before get the same bytes again.
     if (p < count)
         vector(count - kPairs);
+}
+
+// Which tables a row applies: 0 none, 1 identities and gains, 2 some lookup.
+inline int BilinearTables(const DemosaicByteTables& t)
+{
+    int gained = 0;
+    return !GainsOnly(t, &gained) ? 2 : gained != 0 ? 1 : 0;
 }
 
 template <int kLayout>
@@ -489,9 +558,90 @@ void Bilinear(const DemosaicRowArgs& r)
     static const DemosaicRowFn pairs[2][3] = {
         {BilinearPairs<kLayout, false, 0>, BilinearPairs<kLayout, false, 1>, BilinearPairs<kLayout, false, 2>},
         {BilinearPairs<kLayout, true, 0>, BilinearPairs<kLayout, true, 1>, BilinearPairs<kLayout, true, 2>}};
-    int gained = 0;
-    const int tables = !GainsOnly(*r.bytes, &gained) ? 2 : gained != 0 ? 1 : 0;
-    pairs[r.phase & 1][tables](r);
+    pairs[r.phase & 1][BilinearTables(*r.bytes)](r);
+}
+
+// Two rows in one pass, `s` one row below `r`, from pair 1 on: rows b and c
+// serve both, so each of their vectors is loaded and split once, and the
+// tables are set up once.
+template <int kLayout, bool kRedFirst, int kTables>
+void BilinearTwoPairs(const DemosaicRowArgs& r, const DemosaicRowArgs& s)
+{
+    const unsigned char* const a = r.rows[0];
+    const unsigned char* const b = r.rows[1];
+    const unsigned char* const c = r.rows[2];
+    const unsigned char* const d = s.rows[2];
+    const ByteTables tables(*r.bytes);
+    const Interleave il = BilinearPattern(kLayout);
+    const Outs first = {{r.out[0], r.out[1], r.out[2]}};
+    const Outs second = {{s.out[0], s.out[1], s.out[2]}};
+    const uint32_t count = r.count;
+    __m256i low = _mm256_set1_epi16(0x00FF);
+    Opaque(low);
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
+        const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
+        const Split qb = SplitAt(b, i, low), qc = SplitAt(c, i, low);
+        BilinearPut<kLayout, kRedFirst, kTables>(first, i, SplitAt(a, i, low), qb, qc, tables, il);
+        BilinearPut<kLayout, !kRedFirst, kTables>(second, i, qb, qc, SplitAt(d, i, low), tables, il);
+    };
+    uint32_t p = 1;
+    for (; p + kPairs <= count; p += kPairs)
+        vector(p);
+    if (p < count)
+        vector(count - kPairs);
+}
+
+// Whether [p, p + n) and [q, q + m) share a byte.
+inline bool Overlap(const unsigned char* p, std::ptrdiff_t n, const unsigned char* q, std::ptrdiff_t m)
+{
+    const uintptr_t x = reinterpret_cast<uintptr_t>(p), y = reinterpret_cast<uintptr_t>(q);
+    return x < y + static_cast<uintptr_t>(m) && y < x + static_cast<uintptr_t>(n);
+}
+
+// Two rows of one walk, `s` the one below `r`. Done together only where that
+// gives the bytes of one row after the other: the second reads the first's
+// lower rows and carried samples, and neither row's output touches the
+// other's or any source row. Otherwise one row after the other.
+template <int kLayout>
+void BilinearTwo(const DemosaicRowArgs& r, const DemosaicRowArgs& s)
+{
+    bool together = Vectorisable(r) && Vectorisable(s) && s.count == r.count && s.bytes == r.bytes &&
+                    s.rows[0] == r.rows[1] && s.rows[1] == r.rows[2] && s.carry[0] == r.carry[1] &&
+                    s.carry[1] == r.carry[2] && ((r.phase ^ s.phase) & 1) != 0;
+    if (together) {
+        const std::ptrdiff_t written = 6 * static_cast<std::ptrdiff_t>(r.count);
+        const std::ptrdiff_t read = 2 * static_cast<std::ptrdiff_t>(r.count) + 1;
+        const unsigned char* const sources[4] = {r.rows[0], r.rows[1], r.rows[2], s.rows[2]};
+        together = !Overlap(r.out[0], written, s.out[0], written);
+        for (const unsigned char* row : sources)
+            together = together && !Overlap(r.out[0], written, row, read) && !Overlap(s.out[0], written, row, read);
+    }
+    if (!together) {
+        Bilinear<kLayout>(r);
+        Bilinear<kLayout>(s);
+        return;
+    }
+    const DemosaicRowFn portable = DemosaicRows::Portable().bilinear[kLayout][kWidthByteToByte];
+    DemosaicRowArgs head = r;
+    head.count = 1;
+    portable(head);
+    head = s;
+    head.count = 1;
+    portable(head);
+
+    typedef void (*Pairs)(const DemosaicRowArgs&, const DemosaicRowArgs&);
+    static const Pairs pairs[2][7] = {
+        {BilinearTwoPairs<kLayout, false, 0>, BilinearTwoPairs<kLayout, false, 1>, BilinearTwoPairs<kLayout, false, 2>,
+         BilinearTwoPairs<kLayout, false, 3>, BilinearTwoPairs<kLayout, false, 4>, BilinearTwoPairs<kLayout, false, 5>,
+         BilinearTwoPairs<kLayout, false, 6>},
+        {BilinearTwoPairs<kLayout, true, 0>, BilinearTwoPairs<kLayout, true, 1>, BilinearTwoPairs<kLayout, true, 2>,
+         BilinearTwoPairs<kLayout, true, 3>, BilinearTwoPairs<kLayout, true, 4>, BilinearTwoPairs<kLayout, true, 5>,
+         BilinearTwoPairs<kLayout, true, 6>}};
+    const DemosaicByteTables& t = *r.bytes;
+    int tables = BilinearTables(t);
+    if (tables == 1 && KindFor(t, 1) == 0 && KindFor(t, 0) != 0 && KindFor(t, 2) != 0)
+        tables = kBalanceTables + (KindFor(t, 0) - 1) + 2 * (KindFor(t, 2) - 1);
+    pairs[r.phase & 1][tables](r, s);
 }
 
 inline __m256i Widen(const unsigned char* p)
@@ -1105,6 +1255,8 @@ void DemosaicRowsAvx2(DemosaicRowSet* set)
     set->bilinear[kLayoutRGB][kWidthByteToByte] = Bilinear<kLayoutRGB>;
     set->bilinear[kLayoutBGR][kWidthByteToByte] = Bilinear<kLayoutBGR>;
     set->bilinear[kLayoutPlanar][kWidthByteToByte] = Bilinear<kLayoutPlanar>;
+    set->bilinearTwo[kLayoutRGB] = BilinearTwo<kLayoutRGB>;
+    set->bilinearTwo[kLayoutBGR] = BilinearTwo<kLayoutBGR>;
     set->raw[kWidthByteToByte] = Raw;
     set->mono[kWidthByteToByte] = MonoWide;
     set->balance[kCellRG] = Balance<0, 1, 2, 3>;

@@ -133,8 +133,11 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
     // above 4095.
     // Colour balance gains on 8 bits as the tables are built, one of them
     // with a table that no gain gives.
-    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536), gains(3 * 65536);
+    // The usual balance, green 1, with the marked gain on blue this time.
+    std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536), gains(3 * 65536),
+        balance(3 * 65536);
     const double gain[3] = {1.4, 0.7, 1.8};
+    const double usual[3] = {1.8, 1.0, 1.4};
     for (size_t i = 0; i < random.size(); ++i) {
         random[i] = static_cast<uint16_t>(rng());
         identity[i] = static_cast<uint16_t>(i % 65536);
@@ -142,6 +145,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                                       : random[i];
         const int v = static_cast<int>(static_cast<double>(i % 65536) * gain[i / 65536]);
         gains[i] = i % 65536 <= 255 ? static_cast<uint16_t>(v > 255 ? 255 : v) : random[i];
+        const int u = static_cast<int>(static_cast<double>(i % 65536) * usual[i / 65536]);
+        balance[i] = i % 65536 <= 255 ? static_cast<uint16_t>(u > 255 ? 255 : u) : random[i];
     }
     gains[65536 + 77] = 0;
 
@@ -157,7 +162,7 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
             if (fn == ref)
                 continue;
             const bool words = s.width != kWidthByteToByte;
-            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale, &gains}) {
+            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale, &gains, &balance}) {
                 // The 5x5 methods use no table.
                 if ((s.method == kHq || s.method == kMono) && tables != &random)
                     continue;
@@ -173,6 +178,9 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                 }
                 if (tables == &gains) {
                     EXPECT_TRUE(bytes.gained[0] && !bytes.gained[1] && bytes.gained[2]);
+                }
+                if (tables == &balance) {
+                    EXPECT_TRUE(bytes.gained[0] && !bytes.fixed[0] && bytes.identity[1] && bytes.fixed[2]);
                 }
                 for (uint32_t run = 0; run < kRuns; ++run) {
                     const uint32_t count = run / 2 < kMaxCount ? run / 2 + 1 : kLongCounts[run / 2 - kMaxCount];
@@ -215,7 +223,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                             << (tables == &random     ? " random"
                                 : tables == &identity ? " identity"
                                 : tables == &rescale  ? " rescale"
-                                                      : " gains");
+                                : tables == &gains    ? " gains"
+                                                      : " balance");
                     // The row below shares two rows and their carried samples.
                     const DemosaicTwoRowFn two = s.method == kBilinear && s.width == kWidthByteToByte &&
                                                          s.layout != kLayoutPlanar
