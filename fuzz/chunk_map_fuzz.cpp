@@ -56,12 +56,11 @@ void Chunks(CFuzzInput& in, CMemoryAccess& view, CMemoryAccess& other, unsigned 
         case 5:
             view.CopyChunkData(&other, in.Bool() ? 1u : 0u);
             break;
-        case 6:
-        {
+        case 6: {
             const int x = in.Range(-2, 20);
             view.GetImagePointer(x, in.Range(-2, 20), 0);
-        }
             break;
+        }
         default:
             view.freeChunkOfData();
             break;

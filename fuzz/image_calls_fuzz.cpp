@@ -7,7 +7,6 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -79,14 +78,8 @@ struct Host {
 
     int Length()
     {
-        switch (in.Range(0, 7)) {
-        case 0:
-            return INT_MIN;
-        case 1:
-            return -1;
-        default:
-            return in.Range(0, 65535);
-        }
+        const int kind = in.Range(0, 7);
+        return kind == 0 ? INT_MIN : kind == 1 ? -1 : in.Range(0, 65535);
     }
 
     // A host buffer of exactly `length` bytes (one byte when the length is
@@ -256,8 +249,7 @@ struct Host {
             o.getImageLength(&n);
             o.getSize(&w, &h);
             KORVA_FeatureState state;
-            KORVAX_TypeListINT list;
-            std::memset(&list, 0, sizeof list);
+            KORVAX_TypeListINT list{};
             o.getDestinationPixelFormat(Format(), &state, &list);
             o.getDemosaic(&state, &list);
             break;

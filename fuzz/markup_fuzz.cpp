@@ -21,11 +21,7 @@ std::string Walk(CMarkup& doc)
         if (steps++ > 4000)
             break;
         if (doc.FindElem()) {
-            out += "<";
-            out += doc.GetTagName();
-            out += "|";
-            out += doc.GetAttrib("id");
-            out += "|";
+            out.append("<").append(doc.GetTagName()).append("|").append(doc.GetAttrib("id")).append("|");
             out += doc.GetData();
             doc.FindChildElem();
             out += doc.GetChildData();

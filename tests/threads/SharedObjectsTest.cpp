@@ -92,9 +92,7 @@ std::unique_ptr<World> Make(const std::vector<ObjectSetup>& setups)
 
 Seen Look(World& w)
 {
-    Seen s;
-    s.results = w.results;
-    s.averages = w.averages;
+    Seen s{w.results, w.averages, {}, {}};
     for (auto& object : w.objects) {
         unsigned char* image = nullptr;
         int length = 0, format = 0;

@@ -28,13 +28,7 @@ std::string TempPath(const char* name)
 
 SampleImage Sample(int width, int height, int channels, int maxValue, std::vector<uint16_t> samples)
 {
-    SampleImage image;
-    image.width = width;
-    image.height = height;
-    image.channels = channels;
-    image.maxValue = maxValue;
-    image.samples = std::move(samples);
-    return image;
+    return SampleImage{width, height, channels, maxValue, 0, std::move(samples)};
 }
 
 }  // namespace

@@ -17,16 +17,10 @@ Site SiteOf(uint32_t format, int x, int y)
 {
     const int cell = (y & 1) * 2 + (x & 1);
     static const Site rg[4] = {R, G, G, B}, gr[4] = {G, R, B, G}, gb[4] = {G, B, R, G}, bg[4] = {B, G, G, R};
-    switch (format) {
-    case KORVA_PIXTYPE_BAYGR8:
-        return gr[cell];
-    case KORVA_PIXTYPE_BAYGB8:
-        return gb[cell];
-    case KORVA_PIXTYPE_BAYBG8:
-        return bg[cell];
-    default:
-        return rg[cell];
-    }
+    return (format == KORVA_PIXTYPE_BAYGR8   ? gr
+            : format == KORVA_PIXTYPE_BAYGB8 ? gb
+            : format == KORVA_PIXTYPE_BAYBG8 ? bg
+                                             : rg)[cell];
 }
 
 // A source frame whose rows lie at its region's width, and a destination

@@ -179,8 +179,9 @@ TEST(DemosaicDispatch, BayerDestinationIsARawCopyThroughTheRedTable)
 }
 
 // No operation sets a step other than 1, but every level honours one: pixel
-// x of row y lands at 2 x of row y, rows running on into the next.
-TEST(DemosaicDispatch, RawCopyHonoursTheStep)
+// x of row y lands at 2 x of row y, rows running on into the next. 16 to 8
+// bits takes the entry's low byte, 16 to 16 bits the whole entry.
+TEST(DemosaicDispatch, RawCopyHonoursTheStepAndTheSampleWidthRule)
 {
     const int W = 70, H = 3;
     Frame f;
@@ -193,21 +194,17 @@ TEST(DemosaicDispatch, RawCopyHonoursTheStep)
         for (int x = 0; x < W; ++x)
             expected[static_cast<size_t>(W * y + 2 * x)] = static_cast<unsigned char>(x + 3 * y);
     EXPECT_EQ(expected, f.dst);
-}
 
-// 16 to 8 bits takes the entry's low byte, 16 to 16 bits the whole entry.
-TEST(DemosaicDispatch, RawCopyChangesDepthByTheSampleWidthRule)
-{
     const int samples[4] = {0, 1000, 2048, 4095};
     for (uint32_t destination : {KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_BAYRG10}) {
         const bool wide = destination == KORVA_PIXTYPE_BAYRG10;
-        Frame f;
-        f.Source(RG12, 4, 3, [&](int x, int) { return samples[x]; });
-        f.Destination(destination, -1, kSlack);
-        ASSERT_TRUE(f.Run(1));
+        Frame g;
+        g.Source(RG12, 4, 3, [&](int x, int) { return samples[x]; });
+        g.Destination(destination, -1, kSlack);
+        ASSERT_TRUE(g.Run(1));
         const int want[2][4] = {{0, 62, 128, 255}, {0, 250, 512, 1023}};
         for (size_t x = 0; x < 4; ++x)
-            EXPECT_EQ(want[wide][x], wide ? f.Word(8 + x) : f.dst[8 + x]) << x;
+            EXPECT_EQ(want[wide][x], wide ? g.Word(8 + x) : g.dst[8 + x]) << x;
     }
 }
 

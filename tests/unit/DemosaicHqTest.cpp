@@ -96,11 +96,8 @@ void ExpectRow(const std::vector<Rgb>& row, const std::vector<Rgb>& expected, in
 const Rgb kByteSentinel{0xEE, 0xEE, 0xEE};
 const Rgb kWordSentinel{0xEEEE, 0xEEEE, 0xEEEE};
 
-int Flat4000(int, int) { return 4000; }
-int Flat1000(int, int) { return 1000; }
-int Flat4095(int, int) { return 4095; }
-int Flat77(int, int) { return 77; }
-int Flat256(int, int) { return 256; }
+template <int V>
+int Flat(int, int) { return V; }
 
 // Every kernel sums to its divisor, so a flat field comes through at every
 // site and phase: what is left to see is the shift and the clamp.
@@ -111,12 +108,12 @@ TEST_F(DemosaicHq, FlatFieldsPinShiftAndClamp)
         int (*value)(int, int);
         int expected;
     } cases[] = {
-        {12, Flat4000, 250},  // 4 bits off: 8 bits out
-        {10, Flat1000, 15},   // 6 bits off, not 2: 0..15 out
-        {12, Flat4095, 255},
-        {16, Flat4000, 255},  // no shift: clamped to 8 bits
-        {8, Flat1000, 255},
-        {8, Flat256, 255},  // the first value that clamps
+        {12, Flat<4000>, 250},  // 4 bits off: 8 bits out
+        {10, Flat<1000>, 15},   // 6 bits off, not 2: 0..15 out
+        {12, Flat<4095>, 255},
+        {16, Flat<4000>, 255},  // no shift: clamped to 8 bits
+        {8, Flat<1000>, 255},
+        {8, Flat<256>, 255},  // the first value that clamps
     };
     for (const Case& c : cases) {
         Depth(c.bits);
@@ -204,7 +201,7 @@ TEST_F(DemosaicHq, LightSpotClampsBothWaysAlsoInto16Bits)
 
 TEST_F(DemosaicHq, NothingIsWrittenWithoutAFullWindow)
 {
-    Mosaic<BYTE> m(5, 9, Flat77);
+    Mosaic<BYTE> m(5, 9, Flat<77>);
     int result = 0;
     // columns is the destination width less 2: widths of 7 or less write
     // nothing and hand the columns back.

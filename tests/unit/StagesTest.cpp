@@ -155,73 +155,59 @@ Bytes Expect(size_t size, size_t at, const Bytes& values)
     return b;
 }
 
-TEST(FilterRun, BoxKeepsAUniformFrameInTheFixedRow)
+TEST(FilterRun, PassesOnSmallFrames)
 {
-    // Two spare rows and two bytes in the source buffer give the last pass a
-    // full window: every sum is 9 v. All passes land in row 1 from column 1,
-    // the last column running on into row 2.
-    FilterRun run(1);
-    ASSERT_TRUE(run.Run(Bytes(4 * 6 + 2, 90), 4, 4));
-    EXPECT_EQ(Expect(16, 5, {90, 90, 90, 90}), run.dst);
-    // Flipped, the walk runs leftwards from column 2, on into row 0.
-    FilterRun flipped(1);
-    flipped.filter.mbFlipHorizontal = true;
-    ASSERT_TRUE(flipped.Run(Bytes(4 * 6 + 2, 90), 4, 4));
-    EXPECT_EQ(Expect(16, 3, {90, 90, 90, 90}), flipped.dst);
-    // Three samples a pixel (no view in the system has more than one): the
-    // window reads 18 samples a row, the pass writes 12, the last beyond the
-    // buffer.
-    FilterRun colour(1);
-    colour.proc->mMemDst.miCanals = 3;
-    ASSERT_TRUE(colour.Run(Bytes(4 * 5 + 18, 90), 4, 4));
-    EXPECT_EQ(Expect(16, 5, Bytes(11, 90)), colour.dst);
-}
-
-TEST(FilterRun, ReadsPastTheSourceBufferCountAsZero)
-{
-    // Without spare bytes the last pass sees row 3 only, and fewer of its
-    // columns as the window leaves the buffer.
-    FilterRun run(1);
-    ASSERT_TRUE(run.Run(Bytes(16, 90), 4, 4));
-    EXPECT_EQ(Expect(16, 5, {30, 30, 20, 10}), run.dst);
-}
-
-TEST(FilterRun, LaplaceWrapsNegativeSumsUnclamped)
-{
-    // A point of 10 at row 3, column 1 of a 3 x 3 frame with spare rows: the
-    // last pass puts -4 * 10 under x = 0 and the point's left neighbour
-    // weight under x = 1.
-    Bytes source(3 * 5 + 2, 0);
-    source[10] = 10;
-    FilterRun run(3);
-    ASSERT_TRUE(run.Run(source, 3, 3));
-    EXPECT_EQ(Expect(9, 4, {216, 10, 0}), run.dst);
-
-    FilterRun flat(4);
-    ASSERT_TRUE(flat.Run(Bytes(5 * 10 + 4, 77), 5, 5));
-    EXPECT_EQ(Expect(25, 12, {0, 0, 0, 0, 0}), flat.dst);
-}
-
-TEST(FilterRun, ShiftsTwelveBitSamplesIntoEightBits)
-{
-    // MONO12 to itself: s = 16 - 12 = 4, the quotient 0xFF0 is stored as 0xFF.
-    Bytes source;
-    for (int i = 0; i < 3 * 5 + 2; ++i) {
-        source.push_back(0xF0);
-        source.push_back(0x0F);
+    Bytes point(3 * 5 + 2, 0), twelve;
+    point[10] = 10;
+    for (int i = 0; i < 3 * 5 + 2; ++i)
+        twelve.insert(twelve.end(), {0xF0, 0x0F});
+    const uint32_t M8 = KORVA_PIXTYPE_MONO8;
+    const struct {
+        const char* what;
+        int type;
+        bool flip;
+        int canals;  // of the destination, 0: as laid
+        Bytes source;
+        int w, h;
+        uint32_t code;
+        int bytesPerSample, spare;
+        Bytes expected;
+    } runs[] = {
+        // Two spare rows and two bytes in the source buffer give the last
+        // pass a full window: every sum is 9 v. All passes land in row 1 from
+        // column 1, the last column running on into row 2.
+        {"box", 1, false, 0, Bytes(4 * 6 + 2, 90), 4, 4, M8, 1, 0, Expect(16, 5, {90, 90, 90, 90})},
+        // Flipped, the walk runs leftwards from column 2, on into row 0.
+        {"flipped", 1, true, 0, Bytes(4 * 6 + 2, 90), 4, 4, M8, 1, 0, Expect(16, 3, {90, 90, 90, 90})},
+        // Three samples a pixel (no view in the system has more than one):
+        // the window reads 18 samples a row, the pass writes 12, the last
+        // beyond the buffer.
+        {"three samples", 1, false, 3, Bytes(4 * 5 + 18, 90), 4, 4, M8, 1, 0, Expect(16, 5, Bytes(11, 90))},
+        // Reads past the source buffer count as zero: without spare bytes the
+        // last pass sees row 3 only, and fewer of its columns as the window
+        // leaves the buffer.
+        {"no spare bytes", 1, false, 0, Bytes(16, 90), 4, 4, M8, 1, 0, Expect(16, 5, {30, 30, 20, 10})},
+        // Laplace wraps negative sums unclamped. A point of 10 at row 3,
+        // column 1 of a 3 x 3 frame with spare rows: the last pass puts
+        // -4 * 10 under x = 0 and the point's left neighbour weight under x = 1.
+        {"laplace point", 3, false, 0, point, 3, 3, M8, 1, 0, Expect(9, 4, {216, 10, 0})},
+        {"flat", 4, false, 0, Bytes(5 * 10 + 4, 77), 5, 5, M8, 1, 0, Expect(25, 12, {0, 0, 0, 0, 0})},
+        // MONO12 to itself: s = 16 - 12 = 4, the quotient 0xFF0 is stored as 0xFF.
+        {"twelve bits", 1, false, 0, twelve, 3, 3, KORVA_PIXTYPE_MONO12, 2, 0,
+         Expect(18, 8, {0xFF, 0, 0xFF, 0, 0xFF, 0})},
+        // A 3 x 2 frame: row 1 from column 1 holds two samples; the third
+        // write would land on the byte behind the view and is dropped.
+        {"writes past the destination", 1, false, 0, Bytes(6, 9), 3, 2, M8, 1, 1, Expect(7, 4, {3, 2, kUntouched})},
+    };
+    for (const auto& r : runs) {
+        FilterRun run(r.type);
+        if (r.flip)
+            run.filter.mbFlipHorizontal = true;
+        if (r.canals != 0)
+            run.proc->mMemDst.miCanals = r.canals;
+        ASSERT_TRUE(run.Run(r.source, r.w, r.h, r.code, r.bytesPerSample, r.spare)) << r.what;
+        EXPECT_EQ(r.expected, run.dst) << r.what;
     }
-    FilterRun run(1);
-    ASSERT_TRUE(run.Run(source, 3, 3, KORVA_PIXTYPE_MONO12, 2));
-    EXPECT_EQ(Expect(18, 8, {0xFF, 0, 0xFF, 0, 0xFF, 0}), run.dst);
-}
-
-TEST(FilterRun, WritesPastTheDestinationAreDropped)
-{
-    // A 3 x 2 frame: row 1 from column 1 holds two samples; the third write
-    // would land on the byte behind the view.
-    FilterRun run(1);
-    ASSERT_TRUE(run.Run(Bytes(6, 9), 3, 2, KORVA_PIXTYPE_MONO8, 1, 1));
-    EXPECT_EQ(Expect(7, 4, {3, 2, kUntouched}), run.dst);
 }
 
 TEST(FilterRun, RefusesBeforeWriting)
