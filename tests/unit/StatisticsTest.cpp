@@ -243,8 +243,8 @@ TEST(Statistics, PathChoiceAndFailures)
     EXPECT_EQ(average, 10.0);
     // A site is the largest of x and x + 2 in two rows; with an even step the
     // bright odd columns are never among them.
-    image = FlatFrame(KORVA_PIXTYPE_MONO8, w, h, {10, 250});
-    EXPECT_EQ(image->getAverage(&average, 0, 0, w, h), RESULT_OK);
+    auto oddBright = FlatFrame(KORVA_PIXTYPE_MONO8, w, h, {10, 250});
+    EXPECT_EQ(oddBright->getAverage(&average, 0, 0, w, h), RESULT_OK);
     EXPECT_EQ(average, 10.0);
 }
 
