@@ -392,27 +392,6 @@ int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, co
 
 // --- 4:2:2 to colour ---------------------------------------------------------------
 
-// Red, green and blue of sixteen pixels as signed words, before saturation.
-// The chroma terms are the fixed-point products of the portable loop split
-// so that every product fits 16 bits and every floor is the same.
-inline void Yuv422Colours(__m256i in, __m256i& red, __m256i& green, __m256i& blue)
-{
-    const __m256i luma = _mm256_srli_epi16(in, 8);
-    const __m256i chroma = _mm256_sub_epi16(_mm256_and_si256(in, _mm256_set1_epi16(0xFF)), _mm256_set1_epi16(127));
-    const __m256i u = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(chroma, 0xA0), 0xA0);
-    const __m256i v = _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(chroma, 0xF5), 0xF5);
-    // v * 91947 >> 16 = v + (v * 26411 >> 16); u * 116195 >> 16 = 2u + (u * -14877 >> 16).
-    const __m256i redTerm = _mm256_add_epi16(v, _mm256_mulhi_epi16(v, _mm256_set1_epi16(26411)));
-    const __m256i blueTerm = _mm256_add_epi16(_mm256_add_epi16(u, u), _mm256_mulhi_epi16(u, _mm256_set1_epi16(-14877)));
-    // (u * 22544 + v * 46791) >> 16 = v + ((u * 22544 - v * 18745) >> 16).
-    const __m256i mixed = _mm256_madd_epi16(chroma, _mm256_set1_epi32(static_cast<int>(0xB6C75810u)));
-    const __m256i greenTerm =
-        _mm256_add_epi16(v, _mm256_shufflehi_epi16(_mm256_shufflelo_epi16(mixed, 0xF5), 0xF5));
-    red = _mm256_add_epi16(luma, redTerm);
-    green = _mm256_sub_epi16(luma, greenTerm);
-    blue = _mm256_add_epi16(luma, blueTerm);
-}
-
 // Red, green and blue from luma and centred chroma words of each pixel.
 inline void Colours(__m256i luma, __m256i u, __m256i v, __m256i& red, __m256i& green, __m256i& blue)
 {
@@ -474,17 +453,129 @@ struct sColourStore {
     }
 };
 
+// Chroma terms of the pairs U Y V Y of a register, one pair a dword: the
+// blue term 2u + (u * -14877 >> 16) at u and the red term v + (v * 26411 >> 16)
+// at v in `outer`; the green term at v in `green`, v plus the high word of
+// u * 22544 - v * 18745 (the word at u is of no use).
+inline void Yuv422Terms(__m256i in, __m256i& outer, __m256i& green)
+{
+    const __m256i chroma = _mm256_sub_epi16(_mm256_and_si256(in, _mm256_set1_epi16(0xFF)), _mm256_set1_epi16(127));
+    outer = _mm256_add_epi16(_mm256_mullo_epi16(chroma, _mm256_set1_epi32(0x00010002)),
+                             _mm256_mulhi_epi16(chroma, _mm256_set1_epi32(static_cast<int>(0x672BC5E3u))));
+    green = _mm256_add_epi16(chroma, _mm256_madd_epi16(chroma, _mm256_set1_epi32(static_cast<int>(0xB6C75810u))));
+}
+
+// One output chunk a lane: luma plus the term, with the term as a byte to add
+// and one to subtract (every term lies within +-255), which is the portable
+// loop's clamped sum.
+inline __m256i Yuv422Chunk(__m256i luma, __m256i up, __m256i down, __m256i lumaPick, __m256i termPick)
+{
+    return _mm256_subs_epu8(
+        _mm256_adds_epu8(_mm256_shuffle_epi8(luma, lumaPick), _mm256_shuffle_epi8(up, termPick)),
+        _mm256_shuffle_epi8(down, termPick));
+}
+
+// The colours are made in bytes as in the 4:1:1 rows below: each pair's
+// terms, computed once in words, are packed to term bytes, and each 16-byte
+// chunk of output is luma and term bytes picked straight into place.
+// Three-byte pixels, 32 a step: lane l makes output half l, pairs 8l..8l+7,
+// from window A (pairs 8l..8l+3) and B (8l+4..8l+7). The middle chunk needs
+// pairs 8l+2..8l+5: a dword blend of A and B holds their luma, and with B's
+// terms packed green first, a dword blend of the term bytes holds their
+// terms, so no third window is computed. Four-byte pixels, 16 a step: the
+// load's quadwords are reordered so that lane l holds pairs 2l, 2l+1, 2l+4,
+// 2l+5, its half of both output chunks.
+template <int Red, int Blue, int Bytes>
+struct sYuv422Chunks {
+    static const int kChunks = Bytes == 3 ? 3 : 2;
+    __m256i luma[kChunks], term[kChunks];
+
+    // Byte of term t (0 blue, 1 red, 2 green) of the pair in dword d, packed
+    // outer terms first or green first.
+    static int TermByte(int d, int t, bool greenFirst)
+    {
+        return t == 2 ? (greenFirst ? 0 : 8) + 2 * d + 1 : (greenFirst ? 8 : 0) + 2 * d + t;
+    }
+    // Pair in dword d of lane l of the four-byte rows' register.
+    static int QuadPair(int lane, int d) { return 2 * lane + d % 2 + 4 * (d / 2); }
+
+    sYuv422Chunks()
+    {
+        signed char l[kChunks][32], t[kChunks][32];
+        for (int k = 0; k < kChunks; ++k)
+            for (int lane = 0; lane < 2; ++lane)
+                for (int j = 0; j < 16; ++j) {
+                    const int q = 16 * k + j;
+                    const int p = Bytes == 3 ? 16 * lane + q / 3 : 8 * k + 4 * lane + j / 4, s = q % Bytes;
+                    const int pair = p / 2;
+                    const int kind = s == Red ? 1 : s == 1 ? 2 : s == Blue ? 0 : -1;
+                    int d = -1, at = -1;
+                    if (Bytes == 4) {
+                        for (int e = 0; e < 4; ++e)
+                            if (QuadPair(lane, e) == pair)
+                                d = e;
+                        at = TermByte(d, kind, false);
+                    } else {
+                        // Pairs 8l+2, 8l+3 are A's dwords 2, 3 and 8l+4, 8l+5 B's
+                        // dwords 0, 1, in the middle chunk's blends too.
+                        const int inA = pair - 8 * lane;
+                        const bool fromA = k == 0 || (k == 1 && inA < 4);
+                        d = fromA ? inA : inA - 4;
+                        at = TermByte(d, kind, !fromA);
+                    }
+                    const bool colour = kind >= 0;
+                    l[k][16 * lane + j] = static_cast<signed char>(colour ? 4 * d + 1 + 2 * (p % 2) : -1);
+                    t[k][16 * lane + j] = static_cast<signed char>(colour ? at : -1);
+                }
+        for (int k = 0; k < kChunks; ++k) {
+            luma[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(l[k]));
+            term[k] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(t[k]));
+        }
+    }
+};
+
 template <int Red, int Blue, int Bytes>
 int32_t Yuv422(const unsigned char* src, unsigned char* dst, int32_t width)
 {
-    static const sColourStore<Red, Blue, Bytes> store;
-    const sColourStore<Red, Blue, Bytes> out = store;  // in registers: the stores may alias a static
+    static const sYuv422Chunks<Red, Blue, Bytes> table;
+    const sYuv422Chunks<Red, Blue, Bytes> t = table;  // in registers: the stores may alias a static
+    const __m256i zero = _mm256_setzero_si256();
     const int32_t even = width & ~1;
     int32_t x = 0;
-    for (; NextStep(x, even, 16, 16); x += 16) {
-        __m256i red, green, blue;
-        Yuv422Colours(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), red, green, blue);
-        out.Store(dst + Bytes * static_cast<std::ptrdiff_t>(x), red, green, blue);
+    if constexpr (Bytes == 3) {
+        for (; NextStep(x, even, 32, 32); x += 32) {
+            const unsigned char* s = src + 2 * static_cast<std::ptrdiff_t>(x);
+            const __m256i a = Loadu2Blend(s, s + 32);
+            const __m256i b = Loadu2Blend(s + 16, s + 48);
+            __m256i outerA, greenA, outerB, greenB;
+            Yuv422Terms(a, outerA, greenA);
+            Yuv422Terms(b, outerB, greenB);
+            const __m256i upA = _mm256_packus_epi16(outerA, _mm256_sub_epi16(zero, greenA));
+            const __m256i downA = _mm256_packus_epi16(_mm256_sub_epi16(zero, outerA), greenA);
+            const __m256i upB = _mm256_packus_epi16(_mm256_sub_epi16(zero, greenB), outerB);
+            const __m256i downB = _mm256_packus_epi16(greenB, _mm256_sub_epi16(zero, outerB));
+            const __m256i first = Yuv422Chunk(a, upA, downA, t.luma[0], t.term[0]);
+            const __m256i middle = Yuv422Chunk(_mm256_blend_epi32(a, b, 0x33), _mm256_blend_epi32(upA, upB, 0x55),
+                                               _mm256_blend_epi32(downA, downB, 0x55), t.luma[1], t.term[1]);
+            const __m256i last = Yuv422Chunk(b, upB, downB, t.luma[2], t.term[2]);
+            unsigned char* d = dst + 3 * static_cast<std::ptrdiff_t>(x);
+            // Lane 0 holds the first half of the output, lane 1 the second.
+            Storeu(d, _mm256_permute2x128_si256(first, middle, 0x20));
+            Storeu(d + 32, _mm256_blend_epi32(last, first, 0xF0));
+            Storeu(d + 64, _mm256_permute2x128_si256(middle, last, 0x31));
+        }
+    } else {
+        for (; NextStep(x, even, 16, 16); x += 16) {
+            const __m256i in =
+                _mm256_permute4x64_epi64(Loadu(src + 2 * static_cast<std::ptrdiff_t>(x)), _MM_SHUFFLE(3, 1, 2, 0));
+            __m256i outer, green;
+            Yuv422Terms(in, outer, green);
+            const __m256i up = _mm256_packus_epi16(outer, _mm256_sub_epi16(zero, green));
+            const __m256i down = _mm256_packus_epi16(_mm256_sub_epi16(zero, outer), green);
+            unsigned char* d = dst + 4 * static_cast<std::ptrdiff_t>(x);
+            for (int k = 0; k < 2; ++k)
+                Storeu(d + 32 * k, Yuv422Chunk(in, up, down, t.luma[k], t.term[k]));
+        }
     }
     return x & ~3;  // the portable loop redoes a last half block whole
 }
