@@ -134,20 +134,27 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
     // Colour balance gains on 8 bits as the tables are built, one of them
     // with a table that no gain gives.
     // The usual balance, green 1, with the marked gain on blue this time.
+    // A marked gain on green too, with another shift than red's and blue's.
     std::vector<uint16_t> random(3 * 65536), identity(3 * 65536), rescale(3 * 65536), gains(3 * 65536),
-        balance(3 * 65536);
+        balance(3 * 65536), greens(3 * 65536);
     const double gain[3] = {1.4, 0.7, 1.8};
     const double usual[3] = {1.8, 1.0, 1.4};
+    const double green[3] = {1.3, 0.7, 1.8};
+    const auto gainTable = [&random](std::vector<uint16_t>& t, const double* g) {
+        for (size_t i = 0; i < t.size(); ++i) {
+            const int v = static_cast<int>(static_cast<double>(i % 65536) * g[i / 65536]);
+            t[i] = i % 65536 <= 255 ? static_cast<uint16_t>(v > 255 ? 255 : v) : random[i];
+        }
+    };
     for (size_t i = 0; i < random.size(); ++i) {
         random[i] = static_cast<uint16_t>(rng());
         identity[i] = static_cast<uint16_t>(i % 65536);
         rescale[i] = i % 65536 <= 4095 ? static_cast<uint16_t>(static_cast<double>(i % 65536) / 4095 * 255 + 0.5)
                                       : random[i];
-        const int v = static_cast<int>(static_cast<double>(i % 65536) * gain[i / 65536]);
-        gains[i] = i % 65536 <= 255 ? static_cast<uint16_t>(v > 255 ? 255 : v) : random[i];
-        const int u = static_cast<int>(static_cast<double>(i % 65536) * usual[i / 65536]);
-        balance[i] = i % 65536 <= 255 ? static_cast<uint16_t>(u > 255 ? 255 : u) : random[i];
     }
+    gainTable(gains, gain);
+    gainTable(balance, usual);
+    gainTable(greens, green);
     gains[65536 + 77] = 0;
 
     const DemosaicRowSet& portable = DemosaicRows::Portable();
@@ -162,7 +169,7 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
             if (fn == ref)
                 continue;
             const bool words = s.width != kWidthByteToByte;
-            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale, &gains, &balance}) {
+            for (const std::vector<uint16_t>* tables : {&random, &identity, &rescale, &gains, &balance, &greens}) {
                 // The 5x5 methods use no table.
                 if ((s.method == kHq || s.method == kMono) && tables != &random)
                     continue;
@@ -181,6 +188,10 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                 }
                 if (tables == &balance) {
                     EXPECT_TRUE(bytes.gained[0] && !bytes.fixed[0] && bytes.identity[1] && bytes.fixed[2]);
+                }
+                if (tables == &greens) {
+                    EXPECT_TRUE(bytes.gained[0] && bytes.fixed[1] && bytes.gained[2]);
+                    EXPECT_NE(bytes.gainShift[0], bytes.gainShift[1]);
                 }
                 for (uint32_t run = 0; run < kRuns; ++run) {
                     const uint32_t count = run / 2 < kMaxCount ? run / 2 + 1 : kLongCounts[run / 2 - kMaxCount];
@@ -224,7 +235,8 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                                 : tables == &identity ? " identity"
                                 : tables == &rescale  ? " rescale"
                                 : tables == &gains    ? " gains"
-                                                      : " balance");
+                                : tables == &balance  ? " balance"
+                                                      : " greens");
                     // The row below shares two rows and their carried samples.
                     const DemosaicTwoRowFn two = s.method == kBilinear && s.width == kWidthByteToByte &&
                                                          s.layout != kLayoutPlanar
