@@ -249,3 +249,49 @@ TEST(Statistics, PathChoiceAndFailures)
 }
 
 }  // namespace
+
+namespace {
+
+// getAverage of a frame whose host buffer ends `into` bytes into the pixel
+// sampled first in row 6, with `beyond` in every byte from there on. At
+// 56 x 384 the blocks are 6 pixels wide and sampled every sixth row and
+// column, so packed colour samples one pixel of each row it measures.
+double AverageOfACutFrame(int format, int pixel, int into, unsigned char beyond)
+{
+    const int w = 56, h = 384;
+    CImgProc image;
+    const int size = image.CalculateImageSize(format, w, h);
+    const int length = 6 * w * pixel + into;
+    // Words of 0x0128: within 10 and 12 bits, and bytes of 8-bit colour.
+    std::vector<unsigned char> bytes(static_cast<size_t>(size), beyond);
+    for (int i = 0; i < length; ++i)
+        bytes[static_cast<size_t>(i)] = i % 2 ? 0x01 : 0x28;
+    image.setSize(w, h);
+    image.setPixelFormat(format);
+    EXPECT_EQ(RESULT_OK, image.setBuffer(bytes.data(), length));
+    EXPECT_EQ(RESULT_OK, image.setChunkOfData(KORVA_CHUNK_IMAGE, bytes.data(), length, 0, length));
+    double average = -1.0;
+    EXPECT_EQ(RESULT_OK, image.getAverage(&average, 0, 0, w, h));
+    return average;
+}
+
+// A sampled pixel cut by the buffer's end reads its missing samples as 0,
+// whatever lies in memory after the buffer.
+TEST(Statistics, BytesAfterTheBufferDoNotCount)
+{
+    const struct {
+        int format, pixel;
+    } cases[] = {{KORVA_PIXTYPE_RGB12_PACKED, 6},
+                 {KORVA_PIXTYPE_BGR10_PACKED, 6},
+                 {KORVA_PIXTYPE_RGB8_PACKED, 3},
+                 {KORVA_PIXTYPE_BGRA8_PACKED, 4}};
+    for (const auto& c : cases)
+        for (int into = 1; into < c.pixel; ++into) {
+            const double zeros = AverageOfACutFrame(c.format, c.pixel, into, 0);
+            EXPECT_GT(zeros, 0.0);
+            EXPECT_EQ(AverageOfACutFrame(c.format, c.pixel, into, 0xFF), zeros)
+                << std::hex << c.format << std::dec << " cut " << into << " bytes into the pixel";
+        }
+}
+
+}  // namespace
