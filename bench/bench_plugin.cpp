@@ -153,8 +153,11 @@ std::vector<ConvCase> Cases()
     cases.push_back({KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_MONO8, 0, "to_mono", false, Path::Buffer});
     both(KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_RGB8_PACKED, 1, "nearest_balance_1.4_1.0_1.8", true);
     both(KORVA_PIXTYPE_BAYRG8, KORVA_PIXTYPE_BGR8_PACKED, 2, "bilinear_balance_1.4_1.0_1.8", true);
-    both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, 1, "nearest", false);
-    both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, 1, "nearest", false);
+    for (int method : {1, 2}) {
+        const char* name = method == 1 ? "nearest" : "bilinear";
+        both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, method, name, false);
+        both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, method, name, false);
+    }
     both(KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO10_PACKED, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO12, KORVA_PIXTYPE_MONO8, 0, nullptr, false);

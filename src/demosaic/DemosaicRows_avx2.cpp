@@ -974,8 +974,43 @@ struct DeepTables {
     __m256i operator()(int k, __m256i index) const
     {
         if (rescale[k] && _mm256_movemask_epi8(_mm256_cmpgt_epi32(index, limit[k])) == 0)
-            return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+            return Rescale(k, index);
         return Gather(lut[k], index);
+    }
+
+    bool AllRescale() const { return rescale[0] && rescale[1] && rescale[2]; }
+
+    // With every table a rescale: the entries of n indices per table, all
+    // computed when every index is within its table's range (one test for
+    // the lot, as a camera's samples always are), else each looked up as
+    // above, out of line so that the computed path keeps its registers.
+    template <int n>
+    DEMOSAIC_AVX2_INLINE void Entries(const __m256i (&index)[3][n], __m256i (&e)[3][n]) const
+    {
+        __m256i above = _mm256_setzero_si256();
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                above = _mm256_or_si256(above, _mm256_cmpgt_epi32(index[k][j], limit[k]));
+        if (!_mm256_testz_si256(above, above)) {
+            Looked(index, e);
+            return;
+        }
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                e[k][j] = Rescale(k, index[k][j]);
+    }
+
+    template <int n>
+    __attribute__((noinline)) void Looked(const __m256i (&index)[3][n], __m256i (&e)[3][n]) const
+    {
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                e[k][j] = (*this)(k, index[k][j]);
+    }
+
+    DEMOSAIC_AVX2_INLINE __m256i Rescale(int k, __m256i index) const
+    {
+        return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(index, mul[k]), add[k]), shift[k]);
     }
 };
 
@@ -1007,7 +1042,7 @@ const WordInterleave& WordPattern()
 
 // 16 pixels from pairs of table entries.
 template <int kLayout, int kWidth>
-inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
+DEMOSAIC_AVX2_INLINE void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
                      const WordInterleave& wl)
 {
     if (kWidth == kWidthWordToByte) {
@@ -1076,7 +1111,7 @@ void NearestWords(const DemosaicRowArgs& r)
     const Outs outs = {{r.out[0], r.out[1], r.out[2]}};
     const uint32_t count = r.count;
     const __m256i low = _mm256_set1_epi32(0xFFFF);
-    const auto vector = [&](uint32_t p) {
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
         const __m256i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
@@ -1121,7 +1156,8 @@ void BilinearWords(const DemosaicRowArgs& r)
     const uint32_t count = r.count;
     const __m256i low = _mm256_set1_epi32(0xFFFF);
     const bool redRow = (r.phase & 1) != 0;
-    const auto vector = [&](uint32_t p) {
+    const bool computed = lut.AllRescale();
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         const __m256i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
         const __m256i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
@@ -1153,9 +1189,13 @@ void BilinearWords(const DemosaicRowArgs& r)
             index[2][1] = b1;
         }
         __m256i e[3][2];
-        for (int k = 0; k < 3; ++k)
-            for (int j = 0; j < 2; ++j)
-                e[k][j] = lut(k, index[k][j]);
+        if (computed) {
+            lut.Entries(index, e);
+        } else {
+            for (int k = 0; k < 3; ++k)
+                for (int j = 0; j < 2; ++j)
+                    e[k][j] = lut(k, index[k][j]);
+        }
         PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
     };
     uint32_t p = 1;

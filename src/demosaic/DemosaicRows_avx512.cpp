@@ -628,8 +628,43 @@ struct DeepTables {
     __m512i operator()(int k, __m512i index) const
     {
         if (rescale[k] && _mm512_cmpgt_epu32_mask(index, limit[k]) == 0)
-            return _mm512_srl_epi32(_mm512_add_epi32(_mm512_mullo_epi32(index, mul[k]), add[k]), shift[k]);
+            return Rescale(k, index);
         return Gather(lut[k], index);
+    }
+
+    bool AllRescale() const { return rescale[0] && rescale[1] && rescale[2]; }
+
+    // With every table a rescale: the entries of n indices per table, all
+    // computed when every index is within its table's range (one test for
+    // the lot, as a camera's samples always are), else each looked up as
+    // above, out of line so that the computed path keeps its registers.
+    template <int n>
+    __attribute__((always_inline)) void Entries(const __m512i (&index)[3][n], __m512i (&e)[3][n]) const
+    {
+        __mmask16 above = 0;
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                above |= _mm512_cmpgt_epu32_mask(index[k][j], limit[k]);
+        if (above != 0) {
+            Looked(index, e);
+            return;
+        }
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                e[k][j] = Rescale(k, index[k][j]);
+    }
+
+    template <int n>
+    __attribute__((noinline)) void Looked(const __m512i (&index)[3][n], __m512i (&e)[3][n]) const
+    {
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < n; ++j)
+                e[k][j] = (*this)(k, index[k][j]);
+    }
+
+    __attribute__((always_inline)) __m512i Rescale(int k, __m512i index) const
+    {
+        return _mm512_srl_epi32(_mm512_add_epi32(_mm512_mullo_epi32(index, mul[k]), add[k]), shift[k]);
     }
 };
 
@@ -670,7 +705,7 @@ const WordInterleave& WordPattern()
 // 32 pixels from pairs of table entries (e0 for the even, e1 for the odd
 // pixel of each pair), stored as 8-bit samples (low bytes) or 16-bit ones.
 template <int kLayout, int kWidth>
-inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2], const Interleave& il,
+__attribute__((always_inline)) inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2], const Interleave& il,
                      const WordInterleave& wl)
 {
     if (kWidth == kWidthWordToByte) {
@@ -739,7 +774,7 @@ void NearestWords(const DemosaicRowArgs& r)
     const __m512i low = _mm512_set1_epi32(0xFFFF);
     // Each 32-bit lane is one pair; a load one sample early puts the left
     // neighbour in the low half.
-    const auto vector = [&](uint32_t p) {
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t c = 2 * static_cast<std::ptrdiff_t>(p);
         const __m512i rgBefore = Load(rg + 2 * (c - 1));  // rg[c-1], rg[c]
         const __m512i rgAt = Load(rg + 2 * c);            // rg[c], rg[c+1]
@@ -784,7 +819,8 @@ void BilinearWords(const DemosaicRowArgs& r)
     const uint32_t count = r.count;
     const __m512i low = _mm512_set1_epi32(0xFFFF);
     const bool redRow = (r.phase & 1) != 0;
-    const auto vector = [&](uint32_t p) {
+    const bool computed = lut.AllRescale();
+    const auto vector = [&](uint32_t p) __attribute__((always_inline)) {
         const std::ptrdiff_t i = 2 * static_cast<std::ptrdiff_t>(p);
         const __m512i aL = Load(a + 2 * (i - 1)), aH = Load(a + 2 * (i + 1));
         const __m512i bL = Load(b + 2 * (i - 1)), bH = Load(b + 2 * (i + 1));
@@ -816,9 +852,13 @@ void BilinearWords(const DemosaicRowArgs& r)
             index[2][1] = b1;
         }
         __m512i e[3][2];
-        for (int k = 0; k < 3; ++k)
-            for (int j = 0; j < 2; ++j)
-                e[k][j] = lut(k, index[k][j]);
+        if (computed) {
+            lut.Entries(index, e);
+        } else {
+            for (int k = 0; k < 3; ++k)
+                for (int j = 0; j < 2; ++j)
+                    e[k][j] = lut(k, index[k][j]);
+        }
         PutPairs<kLayout, kWidth>(outs, i, e, il, wl);
     };
     uint32_t p = 1;
