@@ -82,6 +82,17 @@ bool IsRescale8(const uint16_t* lut, int32_t srcMax, sConvRescale* r)
 
 }  // namespace
 
+bool ConvRescaleOf(int32_t srcMax, sConvRescale* r)
+{
+    for (const sConvRescale& form : kRescales) {
+        if (form.max == srcMax) {
+            *r = form;
+            return true;
+        }
+    }
+    return false;
+}
+
 sConvLutShape ConvLutShapeOf(const uint16_t* const lut[3], int32_t srcMax)
 {
     sConvLutShape shape = {};

@@ -82,6 +82,10 @@ struct sConvLutShape {
     bool Rescales(int k, int32_t max) const { return rescale8[k] && srcMax == max; }
 };
 
+// The register form of the rounded rescale to 8 bits from `srcMax`, if it
+// has one (the depths 10, 12, 14 and 16).
+bool ConvRescaleOf(int32_t srcMax, sConvRescale* r);
+
 // Checks the tables entry by entry against the identity and against the
 // rounded rescale to 8 bits from srcMax (what the builder gives with gain 1
 // and gamma 1, for depths that have a register form).

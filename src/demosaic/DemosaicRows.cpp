@@ -7,6 +7,7 @@
 
 #include "DemosaicKernels.h"
 #include "ImgProcConvDemosaic_HQBL.inl"
+#include "ImgProcConvRows.h"
 #include "PixelTypes.h"
 #include "SampleIO.h"
 
@@ -445,6 +446,17 @@ void DemosaicRows::FillRescale(const uint16_t* red, const uint16_t* green, const
         out->add[t] = add;
         out->shift[t] = shift;
         out->limit[t] = srcMax;
+    }
+    sConvRescale form = {};
+    const bool narrow = dstMax == 255 && ConvRescaleOf(static_cast<int32_t>(srcMax), &form);
+    out->mul16 = form.mul;
+    out->add16 = form.add;
+    out->shift16 = form.shift;
+    for (int t = 0; t < 3; ++t) {
+        bool exact = narrow;
+        for (uint32_t i = 0; exact && i <= srcMax; ++i)
+            exact = tables[t][i] == ((((i * form.mul) >> 16) + form.add) >> form.shift);
+        out->narrow[t] = exact;
     }
 }
 

@@ -41,6 +41,10 @@ struct DemosaicByteTables {
     uint32_t add[3];
     uint32_t shift[3];
     uint32_t limit[3];
+    // The same tables, when they rescale to 8 bits, in 16-bit lanes: entry i
+    // is (((i * mul16) >> 16) + add16) >> shift16 for every i up to `limit`.
+    bool narrow[3];
+    uint16_t mul16, add16, shift16;
 };
 
 struct DemosaicRowArgs {

@@ -957,9 +957,19 @@ struct DeepTables {
     bool rescale[3];
     __m256i mul[3], add[3], limit[3];
     __m128i shift[3];
+    // Every table a rescale to 8 bits, in 16-bit lanes.
+    bool narrow;
+    __m256i mul16, add16;
+    __m128i shift16;
+    __m128i order;  // bytes of even pixels, then odd ones, four by four, to pixel order
 
     explicit DeepTables(const DemosaicRowArgs& r)
     {
+        narrow = r.bytes != nullptr && r.bytes->narrow[0] && r.bytes->narrow[1] && r.bytes->narrow[2];
+        mul16 = _mm256_set1_epi16(static_cast<short>(narrow ? r.bytes->mul16 : 0));
+        add16 = _mm256_set1_epi16(static_cast<short>(narrow ? r.bytes->add16 : 0));
+        shift16 = _mm_cvtsi32_si128(narrow ? r.bytes->shift16 : 0);
+        order = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
         for (int k = 0; k < 3; ++k) {
             lut[k] = r.lut[k];
             rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
@@ -1008,6 +1018,29 @@ struct DeepTables {
                 e[k][j] = (*this)(k, index[k][j]);
     }
 
+    // With `narrow`: the bytes of n = 2 entries a pair per table, in pixel
+    // order, computed when every index is within range. False, with nothing
+    // written, for a vector that holds an index beyond it.
+    DEMOSAIC_AVX2_INLINE bool Bytes(const __m256i (&index)[3][2], __m128i (&c)[3]) const
+    {
+        __m256i above = _mm256_setzero_si256();
+        for (int k = 0; k < 3; ++k)
+            for (int j = 0; j < 2; ++j)
+                above = _mm256_or_si256(above, _mm256_cmpgt_epi32(index[k][j], limit[k]));
+        if (!_mm256_testz_si256(above, above))
+            return false;
+        for (int k = 0; k < 3; ++k) {
+            // Per 128-bit lane: the even pixels' indices of four pairs, then
+            // the odd ones', each below 2^16.
+            const __m256i words = _mm256_packus_epi32(index[k][0], index[k][1]);
+            const __m256i scaled =
+                _mm256_srl_epi16(_mm256_add_epi16(_mm256_mulhi_epu16(words, mul16), add16), shift16);
+            const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(scaled, scaled), 0x08);
+            c[k] = _mm_shuffle_epi8(_mm256_castsi256_si128(bytes), order);
+        }
+        return true;
+    }
+
     DEMOSAIC_AVX2_INLINE __m256i Rescale(int k, __m256i index) const
     {
         return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(index, mul[k]), add[k]), shift[k]);
@@ -1040,6 +1073,25 @@ const WordInterleave& WordPattern()
     return pattern;
 }
 
+// 16 pixels of 8-bit samples, each channel's in pixel order.
+template <int kLayout>
+DEMOSAIC_AVX2_INLINE void PutBytes(const Outs& o, std::ptrdiff_t x, const __m128i (&c)[3], const Interleave& il)
+{
+    if (kLayout == kLayoutPlanar) {
+        for (int k = 0; k < 3; ++k)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o.out[k] + x), c[k]);
+        return;
+    }
+    const __m128i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
+    unsigned char* out = o.out[0] + 3 * x;
+    for (int v = 0; v < 3; ++v) {
+        __m128i part = _mm_setzero_si128();
+        for (int k = 0; k < 3; ++k)
+            part = _mm_or_si128(part, _mm_shuffle_epi8(ch[k], _mm256_castsi256_si128(il.masks[v][k])));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * v), part);
+    }
+}
+
 // 16 pixels from pairs of table entries.
 template <int kLayout, int kWidth>
 DEMOSAIC_AVX2_INLINE void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
@@ -1055,19 +1107,7 @@ DEMOSAIC_AVX2_INLINE void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256
             const __m256i packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(pairs, pairs), 0x08);
             c[k] = _mm256_castsi256_si128(packed);
         }
-        if (kLayout == kLayoutPlanar) {
-            for (int k = 0; k < 3; ++k)
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(o.out[k] + x), c[k]);
-            return;
-        }
-        const __m128i ch[3] = {kLayout == kLayoutRGB ? c[0] : c[2], c[1], kLayout == kLayoutRGB ? c[2] : c[0]};
-        unsigned char* out = o.out[0] + 3 * x;
-        for (int v = 0; v < 3; ++v) {
-            __m128i part = _mm_setzero_si128();
-            for (int k = 0; k < 3; ++k)
-                part = _mm_or_si128(part, _mm_shuffle_epi8(ch[k], _mm256_castsi256_si128(il.masks[v][k])));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 16 * v), part);
-        }
+        PutBytes<kLayout>(o, x, c, il);
         return;
     }
     __m256i c[3];
@@ -1118,12 +1158,23 @@ void NearestWords(const DemosaicRowArgs& r)
         const __m256i gbBefore = Load(gb + 2 * (c - 1));  // gb[c-1], gb[c]
         const __m256i gbAt = Load(gb + 2 * c);            // gb[c], gb[c+1]
         const __m256i green = _mm256_and_si256(gbAt, low);
-        const __m256i red = lut(0, _mm256_and_si256(rgAt, low));
-        const __m256i e[3][2] = {
+        const __m256i red = _mm256_and_si256(rgAt, low);
+        const __m256i index[3][2] = {
             {red, red},
-            {lut(1, _mm256_srli_epi32(_mm256_add_epi32(_mm256_and_si256(rgBefore, low), green), 1)),
-             lut(1, _mm256_srli_epi32(_mm256_add_epi32(green, _mm256_srli_epi32(rgAt, 16)), 1))},
-            {lut(2, _mm256_and_si256(gbBefore, low)), lut(2, _mm256_srli_epi32(gbAt, 16))},
+            {_mm256_srli_epi32(_mm256_add_epi32(_mm256_and_si256(rgBefore, low), green), 1),
+             _mm256_srli_epi32(_mm256_add_epi32(green, _mm256_srli_epi32(rgAt, 16)), 1)},
+            {_mm256_and_si256(gbBefore, low), _mm256_srli_epi32(gbAt, 16)},
+        };
+        __m128i bytes[3];
+        if (kWidth == kWidthWordToByte && lut.narrow && lut.Bytes(index, bytes)) {
+            PutBytes<kLayout>(outs, c, bytes, il);
+            return;
+        }
+        const __m256i redEntries = lut(0, red);
+        const __m256i e[3][2] = {
+            {redEntries, redEntries},
+            {lut(1, index[1][0]), lut(1, index[1][1])},
+            {lut(2, index[2][0]), lut(2, index[2][1])},
         };
         PutPairs<kLayout, kWidth>(outs, c, e, il, wl);
     };
@@ -1187,6 +1238,11 @@ void BilinearWords(const DemosaicRowArgs& r)
             index[0][1] = _mm256_srli_epi32(_mm256_add_epi32(ac0, ac2), 2);
             index[1][1] = _mm256_srli_epi32(_mm256_add_epi32(_mm256_add_epi32(b0, b2), ac1), 2);
             index[2][1] = b1;
+        }
+        __m128i bytes[3];
+        if (kWidth == kWidthWordToByte && lut.narrow && lut.Bytes(index, bytes)) {
+            PutBytes<kLayout>(outs, i, bytes, il);
+            return;
         }
         __m256i e[3][2];
         if (computed) {

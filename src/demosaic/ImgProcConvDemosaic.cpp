@@ -488,7 +488,7 @@ bool CImgProcConvDemosaic::OnConvert()
     // any entry, and a rescale can be computed for indices up to srcMax.
     mByteTables.valid = false;
     for (int t = 0; t < 3; ++t)
-        mByteTables.rescale[t] = false;
+        mByteTables.rescale[t] = mByteTables.narrow[t] = false;
     if (mpMemSrc->mdBytePerPixel == 1.0)
         DemosaicRows::FillByteTables(mpLUTRed, mpLUTGreen, mpLUTBlue, &mByteTables);
     else

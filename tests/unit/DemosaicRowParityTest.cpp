@@ -182,6 +182,7 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
                 if (tables == &identity || tables == &rescale) {
                     EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
+                    EXPECT_EQ(bytes.narrow[0] && bytes.narrow[1] && bytes.narrow[2], tables == &rescale);
                 }
                 if (tables == &gains) {
                     EXPECT_TRUE(bytes.gained[0] && !bytes.gained[1] && bytes.gained[2]);
