@@ -94,21 +94,36 @@ void UnpackVectorRow(const unsigned char* src, unsigned char* dst, int32_t width
 }
 
 template <int Shift, unsigned Mask>
+void UnpackWordsVectorRow(const unsigned char* src, unsigned char* dst, int32_t width, const sMonoRow& row)
+{
+    const int32_t groups = row.unpack(src, dst, width / 2, row.rescale);
+    UnpackRow<uint16_t, Shift, Mask>(src + 3 * static_cast<std::ptrdiff_t>(groups),
+                                     dst + 4 * static_cast<std::ptrdiff_t>(groups), width - 2 * groups, row);
+}
+
+template <int Shift, unsigned Mask>
 MonoRowConverter Repacker(int32_t stepX)
 {
     return stepX == 1 ? RepackRow<Shift, Mask, true> : RepackRow<Shift, Mask, false>;
 }
 
 // The unpacked samples of a layout never exceed its depth, so a table that
-// is the rescale up to there is all the body needs.
+// is the rescale (or the identity) up to there is all the body needs.
 template <int Shift, unsigned Mask>
 MonoRowConverter Unpacker(bool narrowDestination, sMonoRow* row, const sConvLutShape& shape,
                           const sConvRowBodies& bodies)
 {
-    if (!narrowDestination)
+    const int32_t depthMax = Shift == 4 ? 4095 : 1023;
+    if (!narrowDestination) {
+        const ConvUnpackBody words = bodies.unpack16[Shift == 4 ? 1 : 0];
+        if (words != nullptr && row->stepX == 1 && shape.Identity(0, depthMax)) {
+            row->unpack = words;
+            return UnpackWordsVectorRow<Shift, Mask>;
+        }
         return UnpackRow<uint16_t, Shift, Mask>;
+    }
     const ConvUnpackBody body = bodies.unpack8[Shift == 4 ? 1 : 0];
-    if (body != nullptr && row->stepX == 1 && shape.Rescales(0, Shift == 4 ? 4095 : 1023)) {
+    if (body != nullptr && row->stepX == 1 && shape.Rescales(0, depthMax)) {
         row->rescale = shape.rescale;
         row->unpack = body;
         return UnpackVectorRow<Shift, Mask>;

@@ -99,6 +99,10 @@ sConvLutShape ConvLutShapeOf(const uint16_t* const lut[3], int32_t srcMax)
     shape.srcMax = srcMax;
     for (int k = 0; k < 3; ++k) {
         shape.identity8[k] = IsIdentity8(lut[k]);
+        bool identity = srcMax >= 0 && srcMax <= 65535;
+        for (int32_t i = 0; identity && i <= srcMax; ++i)
+            identity = lut[k][i] == i;
+        shape.identity[k] = identity;
         shape.rescale8[k] = IsRescale8(lut[k], srcMax, &shape.rescale);
     }
     return shape;

@@ -54,6 +54,9 @@ struct sConvRowBodies {
     ConvDeepBody deep[2][2];
     // Index: 0 for the 10-bit layout, 1 for the 12-bit one.
     ConvUnpackBody unpack8[2];
+    // The same groups to two 16-bit samples each, through an identity table
+    // (the rescale argument is unused).
+    ConvUnpackBody unpack16[2];
     // 4:2:2 (U Y V Y) to colour with an identity table. Index: red first,
     // four bytes. Returns pixels done, a multiple of four.
     ConvBytesBody yuv422[2][2];
@@ -75,11 +78,14 @@ const sConvRowBodies& ConvRowBodies(KvCpuLevel level);
 struct sConvLutShape {
     int32_t srcMax;        // entries 0..srcMax were built
     bool identity8[3];     // entries 0..255 are 0..255
+    bool identity[3];      // entries 0..srcMax are 0..srcMax
     bool rescale8[3];      // entries 0..srcMax are `rescale`
     sConvRescale rescale;  // register form of the rescale to 8 bits from srcMax
     // Table k is the rescale to 8 bits from `max` (the depth a converter
     // reads).
     bool Rescales(int k, int32_t max) const { return rescale8[k] && srcMax == max; }
+    // Table k is the identity up to `max`.
+    bool Identity(int k, int32_t max) const { return identity[k] && srcMax == max; }
 };
 
 // The register form of the rounded rescale to 8 bits from `srcMax`, if it

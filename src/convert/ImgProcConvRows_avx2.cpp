@@ -383,6 +383,22 @@ int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t group
     return g;
 }
 
+// Sixteen groups a step as in UnpackScaled, the samples stored as they are.
+template <int Shift>
+int32_t Unpack16(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale&)
+{
+    static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
+    const __m256i pick = Lanes(kPick);
+    int32_t g = 0;
+    for (; NextStep(g, groups, 18, 16); g += 16) {
+        const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
+        unsigned char* d = dst + 4 * static_cast<std::ptrdiff_t>(g);
+        Storeu(d, Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick)));
+        Storeu(d + 32, Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick)));
+    }
+    return g;
+}
+
 template <int Shift>
 int32_t Unpack8(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
@@ -883,6 +899,8 @@ void ConvRowBodiesAvx2(sConvRowBodies* b)
     b->deep[1][1] = Deep<true, 4>;
     b->unpack8[0] = Unpack8<2>;
     b->unpack8[1] = Unpack8<4>;
+    b->unpack16[0] = Unpack16<2>;
+    b->unpack16[1] = Unpack16<4>;
     b->yuv422[0][0] = Yuv422<2, 0, 3>;
     b->yuv422[0][1] = Yuv422<2, 0, 4>;
     b->yuv422[1][0] = Yuv422<0, 2, 3>;

@@ -126,6 +126,12 @@ std::vector<RowCase> RowCases()
     cases.push_back({"mono12 packed", 1.5, 1, 4095, 255, [](L l, const Tables& t) {
                          return Mono(KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO8, 12, 8, 1.5, l, t);
                      }});
+    cases.push_back({"mono10 packed to words", 1.5, 2, 1023, 1023, [](L l, const Tables& t) {
+                         return Mono(KORVA_PIXTYPE_MONO10_PACKED, KORVA_PIXTYPE_MONO10, 10, 10, 1.5, l, t);
+                     }});
+    cases.push_back({"mono12 packed to words", 1.5, 2, 4095, 4095, [](L l, const Tables& t) {
+                         return Mono(KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO12, 12, 12, 1.5, l, t);
+                     }});
     const uint32_t colour8[] = {KORVA_PIXTYPE_RGB8_PACKED, KORVA_PIXTYPE_BGR8_PACKED, KORVA_PIXTYPE_RGBA8_PACKED,
                                 KORVA_PIXTYPE_BGRA8_PACKED};
     for (uint32_t s : colour8) {
