@@ -800,6 +800,66 @@ void Raw(const DemosaicRowArgs& r)
 }
 
 
+// A deep mosaic copied through the red table: a rescale computed 16 words at
+// a time, to bytes in 16-bit lanes, to words in 32-bit ones. A vector that
+// holds a word beyond the rescale's range, and the row's last words, go to
+// the portable function.
+template <int kWidth>
+void RawWords(const DemosaicRowArgs& r)
+{
+    const DemosaicRowFn portable = DemosaicRows::Portable().raw[kWidth];
+    const DemosaicByteTables* t = r.bytes;
+    const bool computed = r.step == 1 && t != nullptr &&
+                          (kWidth == kWidthWordToByte ? t->narrow[0] : t->rescale[0] && t->limit[0] <= 0xFFFF);
+    if (!computed || r.count < 16) {
+        portable(r);
+        return;
+    }
+    const __m256i limit = _mm256_set1_epi16(static_cast<short>(t->limit[0]));
+    const __m256i mul16 = _mm256_set1_epi16(static_cast<short>(t->mul16));
+    const __m256i add16 = _mm256_set1_epi16(static_cast<short>(t->add16));
+    const __m128i shift16 = _mm_cvtsi32_si128(t->shift16);
+    const __m256i mul = _mm256_set1_epi32(static_cast<int>(t->mul[0]));
+    const __m256i add = _mm256_set1_epi32(static_cast<int>(t->add[0]));
+    const __m128i shift = _mm_cvtsi32_si128(static_cast<int>(t->shift[0]));
+    const unsigned char* const in = r.rows[0];
+    unsigned char* const out = r.out[0];
+    DemosaicRowArgs part = r;
+    uint32_t x = 0;
+    for (; x + 16 <= r.count; x += 16) {
+        const __m256i words = Load(in + 2 * x);
+        const __m256i within = _mm256_cmpeq_epi16(_mm256_max_epu16(words, limit), limit);
+        if (_mm256_movemask_epi8(within) == -1) {
+            if (kWidth == kWidthWordToByte) {
+                const __m256i scaled =
+                    _mm256_srl_epi16(_mm256_add_epi16(_mm256_mulhi_epu16(words, mul16), add16), shift16);
+                const __m256i bytes = _mm256_permute4x64_epi64(_mm256_packus_epi16(scaled, scaled), 0x08);
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm256_castsi256_si128(bytes));
+            } else {
+                const auto scale = [&](__m128i half) {
+                    const __m256i v = _mm256_cvtepu16_epi32(half);
+                    return _mm256_srl_epi32(_mm256_add_epi32(_mm256_mullo_epi32(v, mul), add), shift);
+                };
+                const __m256i low = scale(_mm256_castsi256_si128(words));
+                const __m256i high = scale(_mm256_extracti128_si256(words, 1));
+                // Entries up to the table's own maximum fit unsigned words.
+                Store(out + 2 * x, _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0xD8));
+            }
+            continue;
+        }
+        part.rows[0] = in + 2 * x;
+        part.out[0] = out + (kWidth == kWidthWordToByte ? 1 : 2) * x;
+        part.count = 16;
+        portable(part);
+    }
+    if (x < r.count) {
+        part.rows[0] = in + 2 * x;
+        part.out[0] = out + (kWidth == kWidthWordToByte ? 1 : 2) * x;
+        part.count = r.count - x;
+        portable(part);
+    }
+}
+
 // Colour balance, 16 cells of a pair of rows at a time in 16-bit lanes: the
 // sums of 256 vectors fit before they are widened. The last cells of a row
 // go to the portable function. Rows of fewer than 32 cells take this way.
@@ -1354,6 +1414,8 @@ void DemosaicRowsAvx2(DemosaicRowSet* set)
     set->bilinearTwo[kLayoutRGB] = BilinearTwo<kLayoutRGB>;
     set->bilinearTwo[kLayoutBGR] = BilinearTwo<kLayoutBGR>;
     set->raw[kWidthByteToByte] = Raw;
+    set->raw[kWidthWordToByte] = RawWords<kWidthWordToByte>;
+    set->raw[kWidthWordToWord] = RawWords<kWidthWordToWord>;
     set->mono[kWidthByteToByte] = MonoWide;
     set->balance[kCellRG] = Balance<0, 1, 2, 3>;
     set->balance[kCellGR] = Balance<1, 0, 3, 2>;
