@@ -458,6 +458,11 @@ void DemosaicRows::FillRescale(const uint16_t* red, const uint16_t* green, const
             exact = tables[t][i] == ((((i * form.mul) >> 16) + form.add) >> form.shift);
         out->narrow[t] = exact;
     }
+    bool same = srcMax == dstMax && srcMax <= 0xFFFF;
+    for (int t = 0; t < 3; ++t)
+        for (uint32_t i = 0; same && i <= srcMax; ++i)
+            same = tables[t][i] == i;
+    out->same = same;
 }
 
 bool DemosaicRows::HqKernelsShared()

@@ -45,6 +45,8 @@ struct DemosaicByteTables {
     // is (((i * mul16) >> 16) + add16) >> shift16 for every i up to `limit`.
     bool narrow[3];
     uint16_t mul16, add16, shift16;
+    // Every table the identity up to `limit` (a deep source into its own depth).
+    bool same;
 };
 
 struct DemosaicRowArgs {

@@ -1030,6 +1030,7 @@ struct DeepTables {
         add16 = _mm256_set1_epi16(static_cast<short>(narrow ? r.bytes->add16 : 0));
         shift16 = _mm_cvtsi32_si128(narrow ? r.bytes->shift16 : 0);
         order = _mm_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+        same = r.bytes != nullptr && r.bytes->same;
         for (int k = 0; k < 3; ++k) {
             lut[k] = r.lut[k];
             rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
@@ -1049,6 +1050,7 @@ struct DeepTables {
     }
 
     bool AllRescale() const { return rescale[0] && rescale[1] && rescale[2]; }
+    bool same = false;  // every table the identity: the entries are the indices
 
     // With every table a rescale: the entries of n indices per table, all
     // computed when every index is within its table's range (one test for
@@ -1062,16 +1064,16 @@ struct DeepTables {
             for (int j = 0; j < n; ++j)
                 above = _mm256_or_si256(above, _mm256_cmpgt_epi32(index[k][j], limit[k]));
         if (!_mm256_testz_si256(above, above)) {
-            Looked(index, e);
+            LookedUp(index, e);
             return;
         }
         for (int k = 0; k < 3; ++k)
             for (int j = 0; j < n; ++j)
-                e[k][j] = Rescale(k, index[k][j]);
+                e[k][j] = same ? index[k][j] : Rescale(k, index[k][j]);
     }
 
     template <int n>
-    __attribute__((noinline)) void Looked(const __m256i (&index)[3][n], __m256i (&e)[3][n]) const
+    __attribute__((noinline)) void LookedUp(const __m256i (&index)[3][n], __m256i (&e)[3][n]) const
     {
         for (int k = 0; k < 3; ++k)
             for (int j = 0; j < n; ++j)
@@ -1155,7 +1157,7 @@ DEMOSAIC_AVX2_INLINE void PutBytes(const Outs& o, std::ptrdiff_t x, const __m128
 // 16 pixels from pairs of table entries.
 template <int kLayout, int kWidth>
 DEMOSAIC_AVX2_INLINE void PutPairs(const Outs& o, std::ptrdiff_t x, const __m256i (&e)[3][2], const Interleave& il,
-                     const WordInterleave& wl)
+                                   const WordInterleave& wl)
 {
     if (kWidth == kWidthWordToByte) {
         const __m256i low = _mm256_set1_epi32(0xFF);

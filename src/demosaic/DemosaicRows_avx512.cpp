@@ -615,6 +615,7 @@ struct DeepTables {
 
     explicit DeepTables(const DemosaicRowArgs& r)
     {
+        same = r.bytes != nullptr && r.bytes->same;
         for (int k = 0; k < 3; ++k) {
             lut[k] = r.lut[k];
             rescale[k] = r.bytes != nullptr && r.bytes->rescale[k];
@@ -633,6 +634,7 @@ struct DeepTables {
     }
 
     bool AllRescale() const { return rescale[0] && rescale[1] && rescale[2]; }
+    bool same = false;  // every table the identity: the entries are the indices
 
     // With every table a rescale: the entries of n indices per table, all
     // computed when every index is within its table's range (one test for
@@ -646,16 +648,16 @@ struct DeepTables {
             for (int j = 0; j < n; ++j)
                 above |= _mm512_cmpgt_epu32_mask(index[k][j], limit[k]);
         if (above != 0) {
-            Looked(index, e);
+            LookedUp(index, e);
             return;
         }
         for (int k = 0; k < 3; ++k)
             for (int j = 0; j < n; ++j)
-                e[k][j] = Rescale(k, index[k][j]);
+                e[k][j] = same ? index[k][j] : Rescale(k, index[k][j]);
     }
 
     template <int n>
-    __attribute__((noinline)) void Looked(const __m512i (&index)[3][n], __m512i (&e)[3][n]) const
+    __attribute__((noinline)) void LookedUp(const __m512i (&index)[3][n], __m512i (&e)[3][n]) const
     {
         for (int k = 0; k < 3; ++k)
             for (int j = 0; j < n; ++j)
@@ -705,8 +707,8 @@ const WordInterleave& WordPattern()
 // 32 pixels from pairs of table entries (e0 for the even, e1 for the odd
 // pixel of each pair), stored as 8-bit samples (low bytes) or 16-bit ones.
 template <int kLayout, int kWidth>
-__attribute__((always_inline)) inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2], const Interleave& il,
-                     const WordInterleave& wl)
+__attribute__((always_inline)) inline void PutPairs(const Outs& o, std::ptrdiff_t x, const __m512i (&e)[3][2],
+                                                    const Interleave& il, const WordInterleave& wl)
 {
     if (kWidth == kWidthWordToByte) {
         const __m512i low = _mm512_set1_epi32(0xFF);

@@ -487,6 +487,7 @@ bool CImgProcConvDemosaic::OnConvert()
     // 8-bit sources index the first 256 entries only; deep ones may index
     // any entry, and a rescale can be computed for indices up to srcMax.
     mByteTables.valid = false;
+    mByteTables.same = false;
     for (int t = 0; t < 3; ++t)
         mByteTables.rescale[t] = mByteTables.narrow[t] = false;
     if (mpMemSrc->mdBytePerPixel == 1.0)

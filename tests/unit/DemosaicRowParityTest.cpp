@@ -175,14 +175,16 @@ TEST(DemosaicRowParity, EveryLevelGivesThePortableBytes)
                     continue;
                 const uint16_t* t = tables->data();
                 DemosaicRows::FillByteTables(t, t + 65536, t + 131072, &bytes);
-                // Identity up to 1023, then beyond the verified range.
+                // 12 bits into 8 or into 12 (the identity, verified up to 4095
+                // and beyond it too); the other tables are no rescale.
                 if (tables == &rescale)
                     DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 255, &bytes);
                 else
-                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 1023, 1023, &bytes);
+                    DemosaicRows::FillRescale(t, t + 65536, t + 131072, 4095, 4095, &bytes);
                 if (tables == &identity || tables == &rescale) {
                     EXPECT_TRUE(bytes.rescale[0] && bytes.rescale[1] && bytes.rescale[2]);
                     EXPECT_EQ(bytes.narrow[0] && bytes.narrow[1] && bytes.narrow[2], tables == &rescale);
+                    EXPECT_EQ(bytes.same, tables == &identity);
                 }
                 if (tables == &gains) {
                     EXPECT_TRUE(bytes.gained[0] && !bytes.gained[1] && bytes.gained[2]);
