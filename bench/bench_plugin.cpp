@@ -158,7 +158,9 @@ std::vector<ConvCase> Cases()
         both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB8_PACKED, method, name, false);
         both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_RGB12_PLANAR, method, name, false);
     }
+    both(KORVA_PIXTYPE_BAYRG12, KORVA_PIXTYPE_BAYRG8, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
+    both(KORVA_PIXTYPE_MONO12_PACKED, KORVA_PIXTYPE_MONO12, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO10_PACKED, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO12, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
     both(KORVA_PIXTYPE_MONO16, KORVA_PIXTYPE_MONO8, 0, nullptr, false);
