@@ -81,6 +81,22 @@ TEST(MemoryAccessTest, ImagePointerFollowsTheAddressingFormula) {
     }
 }
 
+// The converters' row walk takes a run of rows only if its last row starts
+// inside the image chunk, on the plane it is asked for: plane 2 of a 4x2
+// frame of 16-bit planes starts at byte 32, its second row at 40.
+TEST(MemoryAccessTest, RowWalkStopsAtTheChunkOnEveryPlane) {
+    for (int32_t chunk : {39, 40}) {
+        std::vector<unsigned char> buffer(48);
+        CMemoryAccess view(nullptr);
+        testframes::Bind(view, buffer, 4, 2, {KORVA_PIXTYPE_RGB16_PLANAR, 6.0, 16}, chunk);
+        unsigned char* first = nullptr;
+        std::ptrdiff_t pitch = 0;
+        EXPECT_TRUE(view.EvenRows(0, 0, 1, 1, 2, &first, &pitch)) << chunk;
+        EXPECT_EQ(Addr(buffer.data()) + 32, Addr(first)) << chunk;
+        EXPECT_EQ(chunk == 40, view.EvenRows(0, 0, 1, 2, 2, &first, &pitch)) << chunk;
+    }
+}
+
 TEST(MemoryAccessTest, PlanarFactorIsPerPlaneAndPitchUsesIt) {
     struct Case {
         uint32_t format;
