@@ -44,8 +44,9 @@ void ExpectReparses(CMarkup& doc)
 TEST(Markup, WalksElementsAttributesAndData)
 {
     CMarkup doc;
+    // Text may hold "-->" and a comment may hold markup: neither is a node.
     ASSERT_TRUE(doc.SetDoc("<?xml version=\"1.0\"?>\n<!DOCTYPE r [<!ELEMENT r ANY>]>\n"
-                           "<r v='1'>\n<!-- note -->\n"
+                           "<r v='1'>\na--><!-- note --><!--<b>-->\n"
                            "<item id=\"a&amp;b\" n=x>one &amp; &lt;two&gt; &apos;&quot; &unknown; &amp</item>\n"
                            "<empty/>\n<raw>  <![CDATA[<b>&amp;]]></raw>\n</r>trailing <x/>"));
     EXPECT_TRUE(doc.IsWellFormed());
