@@ -226,6 +226,14 @@ bool CImgProcConvMono::OnConvert()
                      mpMemSrc->mdBytePerPixel, miStepX, mpImgProc->mpLUT[0], mpImgProc->mLutShape, KvCpuActive(), &row))
         return false;
 
+    // Every row writes as many elements (pixels, or whole groups of a packed
+    // source); with none, no row changes a byte and the walk is skipped. A
+    // negative height would make it four billion rows long.
+    const bool packed = mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO10_PACKED ||
+                        mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO12_PACKED;
+    if ((packed ? width / 2 : width) < 1)
+        return true;
+
     sRowSpan readSpan, writeSpan;
     RowSpans(*mpMemSrc, *mpMemDst, width, miStepX, readSpan, writeSpan);
     mRowGuard.Begin(*mpMemSrc, *mpMemDst, readSpan, writeSpan);
@@ -238,8 +246,6 @@ bool CImgProcConvMono::OnConvert()
     // Rows of plain samples that lie back to back in both buffers go through
     // in long calls: each pixel depends on its own sample only.
     const int64_t rows = static_cast<int64_t>(bottom) - static_cast<int64_t>(top);
-    const bool packed = mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO10_PACKED ||
-                        mpMemSrc->miPixelFormat == KORVA_PIXTYPE_MONO12_PACKED;
     const int64_t join = packed || miStepX != 1 || top >= bottom ? 1 : mRowGuard.JoinableRows(even, rows, width);
     if (join > 1) {
         for (int64_t k = 0; k < rows; k += join) {
