@@ -363,11 +363,21 @@ inline __m256i Scale(__m256i v, __m256i mul, __m256i add, __m128i shift)
     return Halved ? _mm256_avg_epu16(_mm256_mulhi_epu16(v, mul), _mm256_setzero_si256()) : Rescale(v, mul, add, shift);
 }
 
+// The sixteen samples of eight groups: four from 12 useful bytes at lo, four
+// from those at hi.
+template <int Shift>
+inline __m256i GroupSamples(const unsigned char* lo, const unsigned char* hi, __m256i pick)
+{
+    return Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(lo, hi), pick));
+}
+
+// Each sample's two bytes: b1 and b0, b1 and b2 of its group.
+const signed char kGroupPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
+
 template <int Shift, bool Halved>
 int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale& r)
 {
-    static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
-    const __m256i pick = Lanes(kPick);
+    const __m256i pick = Lanes(kGroupPick);
     const __m256i mul = _mm256_set1_epi16(static_cast<short>(r.mul));
     const __m256i add = _mm256_set1_epi16(static_cast<short>(r.add));
     const __m128i shift = _mm_cvtsi32_si128(r.shift);
@@ -375,8 +385,8 @@ int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t group
     // Sixteen groups from four 16-byte loads of 12 useful bytes each.
     for (; NextStep(g, groups, 18, 16); g += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
-        const __m256i a = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick));
-        const __m256i b = Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick));
+        const __m256i a = GroupSamples<Shift>(s, s + 12, pick);
+        const __m256i b = GroupSamples<Shift>(s + 24, s + 36, pick);
         const __m256i bytes = _mm256_packus_epi16(Scale<Halved>(a, mul, add, shift), Scale<Halved>(b, mul, add, shift));
         Storeu(dst + 2 * static_cast<std::ptrdiff_t>(g), _mm256_permute4x64_epi64(bytes, _MM_SHUFFLE(3, 1, 2, 0)));
     }
@@ -387,14 +397,13 @@ int32_t UnpackScaled(const unsigned char* src, unsigned char* dst, int32_t group
 template <int Shift>
 int32_t Unpack16(const unsigned char* src, unsigned char* dst, int32_t groups, const sConvRescale&)
 {
-    static const signed char kPick[16] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
-    const __m256i pick = Lanes(kPick);
+    const __m256i pick = Lanes(kGroupPick);
     int32_t g = 0;
     for (; NextStep(g, groups, 18, 16); g += 16) {
         const unsigned char* s = src + 3 * static_cast<std::ptrdiff_t>(g);
         unsigned char* d = dst + 4 * static_cast<std::ptrdiff_t>(g);
-        Storeu(d, Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s, s + 12), pick)));
-        Storeu(d + 32, Unpack<Shift>(_mm256_shuffle_epi8(Loadu2(s + 24, s + 36), pick)));
+        Storeu(d, GroupSamples<Shift>(s, s + 12, pick));
+        Storeu(d + 32, GroupSamples<Shift>(s + 24, s + 36, pick));
     }
     return g;
 }
